@@ -1,0 +1,150 @@
+#include "CxCameraManager.h"
+
+#include "ksSim/CxSimulation.h"
+
+#include <QtDebug>
+
+CxCameraManager* CxCameraManager::instance()
+{
+    // Never destroyed: cameras are released with the simulation's registry at exit, and
+    // plug-ins may still disconnect from the manager while they are torn down.
+    static CxCameraManager* manager = new CxCameraManager;
+    return manager;
+}
+
+CxCameraManager::CxCameraManager()
+{
+    qRegisterMetaType<KSCORE_HANDLE>("KSCORE_HANDLE");
+}
+
+CxCameraManager::~CxCameraManager() = default;
+
+const CxCameraManager::SxOpened* CxCameraManager::find(KSCORE_HANDLE hCam) const
+{
+    for (const SxOpened& opened : m_opened)
+        if (opened.hCam == hCam)
+            return &opened;
+    return nullptr;
+}
+
+CxCameraManager::SxOpened* CxCameraManager::find(KSCORE_HANDLE hCam)
+{
+    return const_cast<SxOpened*>(std::as_const(*this).find(hCam));
+}
+
+QStringList CxCameraManager::availableCameras() const
+{
+    QStringList ids;
+    for (const CxSimCameraConfig& camera : CxSimulation::configuration())
+        ids.append(camera.id);
+    return ids;
+}
+
+KSCORE_HANDLE CxCameraManager::openCamera(const QString& cameraId)
+{
+    for (const SxOpened& opened : std::as_const(m_opened))
+        if (opened.id == cameraId)
+            return nullptr;
+    QString error;
+    KSCORE_HANDLE hCam = CxSimulation::open(cameraId, &error);
+    if (!hCam) {
+        qWarning("cannot open camera: %s", qPrintable(error));
+        return nullptr;
+    }
+    SxOpened opened;
+    opened.hCam = hCam;
+    opened.id = cameraId;
+    if (CxSimulation::hasParameterSet(cameraId)) {
+        const CxSimCameraConfig& config = CxSimulation::camera(hCam)->config();
+        opened.parameters = new CxCameraParameters(
+            hCam, {config.modelName, config.serialNumber, config.userName, config.nameSelection});
+    }
+    m_opened.append(opened);
+    emit cameraOpened(hCam);
+    return hCam;
+}
+
+bool CxCameraManager::closeCamera(KSCORE_HANDLE hCam)
+{
+    if (!find(hCam))
+        return false;
+    // Receivers stop what they run on the camera, so it must still answer during the signal.
+    emit cameraClosed(hCam);
+    for (int i = 0; i < m_opened.size(); ++i) {
+        if (m_opened[i].hCam == hCam) {
+            delete m_opened[i].parameters;
+            m_opened.removeAt(i);
+            break;
+        }
+    }
+    CxSimulation::close(hCam);
+    return true;
+}
+
+void CxCameraManager::closeAllCameras()
+{
+    while (!m_opened.isEmpty())
+        closeCamera(m_opened.last().hCam);
+}
+
+QList<KSCORE_HANDLE> CxCameraManager::openedCameras() const
+{
+    QList<KSCORE_HANDLE> handles;
+    for (const SxOpened& opened : m_opened)
+        handles.append(opened.hCam);
+    return handles;
+}
+
+CxCameraParameters* CxCameraManager::cameraParameters(KSCORE_HANDLE hCam) const
+{
+    const SxOpened* opened = find(hCam);
+    return opened ? opened->parameters : nullptr;
+}
+
+QString CxCameraManager::cameraId(KSCORE_HANDLE hCam) const
+{
+    const SxOpened* opened = find(hCam);
+    return opened ? opened->id : QString();
+}
+
+bool CxCameraManager::startAcquisition(KSCORE_HANDLE hCam)
+{
+    SxOpened* opened = find(hCam);
+    if (!opened || opened->running || !ksApi_StartAcquisition(hCam))
+        return false;
+    opened->running = true;
+    emit acquisitionStarted(hCam);
+    return true;
+}
+
+bool CxCameraManager::stopAcquisition(KSCORE_HANDLE hCam)
+{
+    SxOpened* opened = find(hCam);
+    if (!opened || !opened->running)
+        return false;
+    ksApi_StopAcquisition(hCam);
+    opened->running = false;
+    emit acquisitionFinished(hCam);
+    return true;
+}
+
+bool CxCameraManager::isCameraRunning(KSCORE_HANDLE hCam) const
+{
+    const SxOpened* opened = find(hCam);
+    return opened && opened->running;
+}
+
+bool CxCameraManager::setImageFormat(KSCORE_HANDLE hCam, int format)
+{
+    CxSimCamera* camera = find(hCam) ? CxSimulation::camera(hCam) : nullptr;
+    if (!camera || !camera->hostSetParam(QStringLiteral("imgdataformat"), format))
+        return false;
+    emit imageFormatChanged(hCam);
+    return true;
+}
+
+void CxCameraManager::notifyImageFormatChanged(KSCORE_HANDLE hCam)
+{
+    if (find(hCam))
+        emit imageFormatChanged(hCam);
+}

@@ -1,0 +1,682 @@
+#include "ksSim/CxSimCamera.h"
+
+#include "LinkModel.h"
+#include "ParameterModel.h"
+
+#include <QDeadlineTimer>
+#include <QElapsedTimer>
+#include <QMutex>
+#include <QWaitCondition>
+#include <cmath>
+#include <cstring>
+#include <deque>
+#include <random>
+#include <vector>
+
+namespace {
+
+constexpr double kTicksPerUs = CxLinkModel::kTicksPerUs;
+constexpr int kCallLogLimit = 500000;
+constexpr int kTimestampResetSource = 19; // "acquisition start" among the reset sources
+
+struct SxParamFault
+{
+    QString name;
+    ExParamOp op = ExParamOp::Any;
+    bool anyValue = true;
+    int value = 0;
+    int remaining = -1;
+};
+
+struct SxCaptureFault
+{
+    ExCaptureFault kind = ExCaptureFault::Fail;
+    int remaining = 1;
+    quint64 fromCapture = 0;
+};
+
+// Takes one use of a fault; false when it is used up.
+bool consume(int& remaining)
+{
+    if (remaining == 0)
+        return false;
+    if (remaining > 0)
+        --remaining;
+    return true;
+}
+
+// A frame on its way to the host: when its first word left the camera (its time stamp)
+// and when its last word arrived.
+struct SxFrame
+{
+    quint32 number = 0;
+    double start = 0.0;
+    double ready = 0.0;
+    const quint64* data = nullptr;
+};
+
+// A frame waiting in the camera's internal buffer (plain images only).
+struct SxQueued
+{
+    quint32 number = 0;
+    double captured = 0.0;
+};
+
+} // namespace
+
+QString SxCallLogEntry::toString() const
+{
+    switch (kind) {
+    case GetParam:
+        return QStringLiteral("get %1").arg(name);
+    case SetParam:
+        return QStringLiteral("set %1 %2").arg(name).arg(value);
+    case Start:
+        return QStringLiteral("start");
+    case Stop:
+        return QStringLiteral("stop");
+    case GetImage:
+        return QStringLiteral("image");
+    case HostGetParam:
+        return QStringLiteral("host get %1").arg(name);
+    case HostSetParam:
+        return QStringLiteral("host set %1 %2").arg(name).arg(value);
+    }
+    return QString();
+}
+
+struct CxSimCamera::Private
+{
+    explicit Private(const CxSimCameraConfig& c) : config(c), params(c), link(c.link) {}
+
+    CxSimCameraConfig config;
+    mutable QMutex mutex;
+    QWaitCondition wake;
+    CxParameterModel params;
+    CxLinkModel link;
+    ExPacing pacing = ExPacing::RealTime;
+
+    QList<SxParamFault> paramFaults;
+    QList<SxCaptureFault> captureFaults;
+    int startFaults = 0;
+    int stopFaults = 0;
+    QList<SxCallLogEntry> log;
+
+    // The camera clock between acquisitions: uptime at open plus elapsed (real time) or
+    // the virtual clock where the last acquisition left it.
+    QElapsedTimer sinceOpen;
+    double idleClock = 0.0;
+
+    bool acquiring = false;
+    bool pattern = false;
+    bool unsafePolicy = false;
+    ExPacing runPacing = ExPacing::RealTime;
+    QElapsedTimer wall;
+    double acqStart = 0.0;
+    double virtualNow = 0.0;
+    quint32 nextFrameNumber = 0;
+    quint64 captureCalls = 0;
+    quint64 delivered = 0;
+
+    int width = 0;
+    int height = 0;
+    int format = 0;
+    quint64 frameBytes = 0;
+    quint64 frameWords = 0;
+    double sensorPeriod = 0.0; // ticks between two sensor frames
+    double nominalFrame = 0.0; // ticks one frame usually takes to reach the host
+
+    std::vector<quint64> buffers[2];
+    int bufferIndex = 0;
+    std::vector<std::vector<quint64>> replay;
+    std::vector<SxFrame> replayFrames;
+    double replayCycle = 0.0;
+
+    std::deque<SxQueued> cameraFifo;
+    quint64 fifoBytes = 0;
+    double nextCapture = 0.0;
+    bool overflowing = false;
+
+    bool havePending = false;
+    SxFrame pending;
+    std::mt19937_64 events;
+
+    void record(SxCallLogEntry::ExKind kind, const QString& name, int value, bool ok, int error);
+    bool paramRefused(const QString& name, bool isSet, int value);
+    double now() const;
+    void startRun();
+    void fillPlainImage(std::vector<quint64>& buffer, quint32 seed);
+    SxFrame produce(quint64* out);
+    SxFrame producePattern(quint64* out);
+    SxFrame producePlain();
+    void captureSensorFrame(double at);
+    void skipForSlowConsumer();
+    void addRandomEvents(double seconds);
+    bool waitUntil(double ticks);
+    void deliver(const SxFrame& frame, KS_IMG* image);
+};
+
+void CxSimCamera::Private::record(SxCallLogEntry::ExKind kind, const QString& name, int value, bool ok,
+                                  int error)
+{
+    if (log.size() >= kCallLogLimit)
+        log.erase(log.begin(), log.begin() + kCallLogLimit / 10);
+    log.append({kind, name, value, ok, error});
+}
+
+bool CxSimCamera::Private::paramRefused(const QString& name, bool isSet, int value)
+{
+    for (int i = 0; i < paramFaults.size(); ++i) {
+        SxParamFault& fault = paramFaults[i];
+        if (fault.name != name || (fault.op == ExParamOp::Set && !isSet) || (fault.op == ExParamOp::Get && isSet))
+            continue;
+        if (!fault.anyValue && (!isSet || fault.value != value))
+            continue;
+        if (consume(fault.remaining)) {
+            if (fault.remaining == 0)
+                paramFaults.removeAt(i);
+            return true;
+        }
+    }
+    return false;
+}
+
+double CxSimCamera::Private::now() const
+{
+    if (!acquiring)
+        return idleClock;
+    if (runPacing == ExPacing::RealTime)
+        return acqStart + static_cast<double>(wall.nsecsElapsed()) / 4.0;
+    return virtualNow;
+}
+
+void CxSimCamera::Private::fillPlainImage(std::vector<quint64>& buffer, quint32 seed)
+{
+    // A diagonal gradient: cheap, and visibly an image rather than noise.
+    auto* bytes = reinterpret_cast<quint8*>(buffer.data());
+    const quint64 lineBytes = frameBytes / quint64(height);
+    for (int y = 0; y < height; ++y)
+        for (quint64 x = 0; x < lineBytes; ++x)
+            bytes[quint64(y) * lineBytes + x] = static_cast<quint8>(x + quint64(y) + seed);
+}
+
+void CxSimCamera::Private::startRun()
+{
+    width = params.value("width");
+    height = params.value("height");
+    format = params.value("imgdataformat");
+    pattern = format == CxParameterModel::kTransportDataFormat && params.value("test_pattern_generator_selector") == 1
+              && params.value("test_pattern") == 11;
+    unsafePolicy = params.value("buffer_policy") == 0;
+    frameBytes = quint64(width) * quint64(height) * quint64(CxParameterModel::bytesPerPixel(format));
+    frameWords = (frameBytes + 7) / 8;
+    sensorPeriod = double(quint64(width) * quint64(height) * 2) / config.sensor.dataRateMBps * kTicksPerUs;
+    const double linkFrame = double(frameBytes) / config.link.rateMBps * kTicksPerUs;
+    nominalFrame = pattern ? linkFrame : std::max(linkFrame, sensorPeriod);
+
+    const bool resetClock = params.value("ts_rst_mode") == 0 && params.value("ts_rst_source") == kTimestampResetSource;
+    if (pacing == ExPacing::RealTime && !resetClock)
+        idleClock = config.uptimeSeconds * 1e6 * kTicksPerUs + double(sinceOpen.nsecsElapsed()) / 4.0;
+    acqStart = resetClock ? 0.0 : idleClock;
+    virtualNow = acqStart;
+    runPacing = pacing;
+    wall.start();
+
+    link.reset(acqStart, config.seed);
+    events.seed(config.seed ^ 0x9E3779B97F4A7C15ull);
+    params.resetCounters();
+    cameraFifo.clear();
+    fifoBytes = 0;
+    nextCapture = acqStart;
+    overflowing = false;
+    havePending = false;
+    nextFrameNumber = 0;
+    captureCalls = 0;
+    delivered = 0;
+    bufferIndex = 0;
+    for (auto& buffer : buffers)
+        buffer.assign(frameWords, 0);
+    if (!pattern) {
+        fillPlainImage(buffers[0], 0);
+        fillPlainImage(buffers[1], 1);
+    }
+
+    replay.clear();
+    replayFrames.clear();
+    if (runPacing == ExPacing::Replay) {
+        const int n = std::max(1, config.replayFrames);
+        replay.resize(n);
+        for (int i = 0; i < n; ++i) {
+            replay[i].assign(frameWords, 0);
+            if (!pattern)
+                fillPlainImage(replay[i], quint32(i));
+            replayFrames.push_back(produce(replay[i].data()));
+        }
+        replayCycle = replayFrames.back().ready - acqStart;
+        params.resetCounters(); // generating ahead is not transferring
+    }
+}
+
+void CxSimCamera::Private::captureSensorFrame(double at)
+{
+    const quint32 number = nextFrameNumber++;
+    const quint64 capacity = std::max<quint64>(quint64(std::max(config.bufferSize, 0)), frameBytes);
+    if (fifoBytes + frameBytes > capacity) {
+        // The trigger finds the buffer full: the frame is never taken, the host sees a gap.
+        params.addToCounter(KS_CNT_MISSED_TRG_OVERFLOW, 1);
+        params.addToCounter(KS_CNT_TRANSPORT_SKIP, 1);
+        if (!overflowing)
+            params.addToCounter(KS_CNT_BUFFER_OVERFLOW, 1);
+        overflowing = true;
+        return;
+    }
+    overflowing = false;
+    cameraFifo.push_back({number, at});
+    fifoBytes += frameBytes;
+}
+
+SxFrame CxSimCamera::Private::producePattern(quint64* out)
+{
+    SxFrame frame;
+    frame.number = nextFrameNumber++;
+    frame.start = link.clock();
+    frame.ready = link.send(frameWords, out);
+    frame.data = out;
+    return frame;
+}
+
+SxFrame CxSimCamera::Private::producePlain()
+{
+    if (cameraFifo.empty()) {
+        captureSensorFrame(nextCapture);
+        nextCapture += sensorPeriod;
+    }
+    const SxQueued head = cameraFifo.front();
+    // The frame streams out while the sensor reads it, so it cannot arrive before its
+    // readout has ended.
+    link.idleUntil(head.captured);
+    link.send(frameWords, nullptr);
+    link.idleUntil(head.captured + sensorPeriod);
+    const double end = link.clock();
+    while (nextCapture <= end) {
+        captureSensorFrame(nextCapture);
+        nextCapture += sensorPeriod;
+    }
+    cameraFifo.pop_front();
+    fifoBytes -= frameBytes;
+    SxFrame frame;
+    frame.number = head.number;
+    frame.start = head.captured;
+    frame.ready = end;
+    return frame;
+}
+
+SxFrame CxSimCamera::Private::produce(quint64* out)
+{
+    SxFrame frame = pattern ? producePattern(out) : producePlain();
+    if (!pattern)
+        frame.data = out;
+    params.addToCounter(KS_CNT_TRANSFERRED, 1);
+    return frame;
+}
+
+void CxSimCamera::Private::skipForSlowConsumer()
+{
+    const double lag = now() - (link.clock() + nominalFrame);
+    const double allowed = double(std::max(config.queueDepth, 1)) * nominalFrame;
+    if (nominalFrame <= 0.0 || lag <= allowed)
+        return;
+    if (!unsafePolicy) {
+        // Under the safe policy the host holds on to its buffers and the link waits for one.
+        link.idleUntil(now() - allowed);
+        return;
+    }
+    const quint64 skipped = quint64((lag - allowed) / nominalFrame);
+    for (quint64 i = 0; i < skipped; ++i)
+        produce(nullptr);
+    params.addToCounter(KS_CNT_API_SKIP, int(skipped));
+}
+
+void CxSimCamera::Private::addRandomEvents(double seconds)
+{
+    for (int selector = 0; selector < 6; ++selector) {
+        const double rate = config.counterRates[selector];
+        if (rate <= 0.0 || seconds <= 0.0)
+            continue;
+        std::poisson_distribution<int> count(rate * seconds);
+        params.addToCounter(selector, count(events));
+    }
+}
+
+// Waits on the camera clock (real time only). False when the acquisition was stopped.
+bool CxSimCamera::Private::waitUntil(double ticks)
+{
+    while (acquiring) {
+        const double remaining = ticks - now();
+        if (remaining <= 0.0)
+            return true;
+        QDeadlineTimer deadline;
+        deadline.setPreciseRemainingTime(0, qint64(remaining * 4.0), Qt::PreciseTimer);
+        wake.wait(&mutex, deadline);
+    }
+    return false;
+}
+
+void CxSimCamera::Private::deliver(const SxFrame& frame, KS_IMG* image)
+{
+    const quint64 us = quint64(frame.start / kTicksPerUs);
+    image->data = const_cast<quint64*>(frame.data);
+    image->dataSize = frameBytes;
+    image->width = quint32(width);
+    image->height = quint32(height);
+    image->frameNumber = frame.number;
+    image->timestampSec = quint32(us / 1000000);
+    image->timestampUsec = quint32(us % 1000000);
+    image->dataFormat = quint32(format);
+    image->bytesPerPixel = quint32(CxParameterModel::bytesPerPixel(format));
+    image->flags = pattern ? KS_IMG_FLAG_TEST_PATTERN : 0;
+    image->transferTicks = quint64(frame.ready - frame.start);
+    ++delivered;
+}
+
+std::unique_ptr<CxSimCamera> CxSimCamera::create(const CxSimCameraConfig& config, QString* error)
+{
+    std::unique_ptr<CxSimCamera> camera(new CxSimCamera(config));
+    QString why;
+    if (!camera->d->params.applyPowerOnValues(config.parameters, &why)) {
+        if (error)
+            *error = why;
+        return nullptr;
+    }
+    return camera;
+}
+
+CxSimCamera::CxSimCamera(const CxSimCameraConfig& config) : d(new Private(config))
+{
+    d->pacing = config.pacing;
+    d->sinceOpen.start();
+    d->idleClock = config.uptimeSeconds * 1e6 * kTicksPerUs;
+}
+
+CxSimCamera::~CxSimCamera()
+{
+    stopAcquisition();
+}
+
+const CxSimCameraConfig& CxSimCamera::config() const
+{
+    return d->config;
+}
+
+bool CxSimCamera::getParam(const char* name, int& value, int* errorCode)
+{
+    QMutexLocker lock(&d->mutex);
+    const QString key = QString::fromLatin1(name ? name : "");
+    int error = d->paramRefused(key, false, 0) ? KS_ERR_REFUSED : d->params.get(key, value);
+    d->record(SxCallLogEntry::GetParam, key, error == KS_OK ? value : 0, error == KS_OK, error);
+    if (errorCode)
+        *errorCode = error;
+    return error == KS_OK;
+}
+
+bool CxSimCamera::setParam(const char* name, int value, int* errorCode)
+{
+    QMutexLocker lock(&d->mutex);
+    const QString key = QString::fromLatin1(name ? name : "");
+    int error = d->paramRefused(key, true, value) ? KS_ERR_REFUSED : d->params.set(key, value, d->acquiring);
+    d->record(SxCallLogEntry::SetParam, key, value, error == KS_OK, error);
+    if (errorCode)
+        *errorCode = error;
+    return error == KS_OK;
+}
+
+int CxSimCamera::startAcquisition()
+{
+    QMutexLocker lock(&d->mutex);
+    int error = KS_OK;
+    if (d->acquiring)
+        error = KS_ERR_ALREADY_ACQUIRING;
+    else if (consume(d->startFaults))
+        error = KS_ERR_REFUSED;
+    if (error == KS_OK) {
+        d->acquiring = true;
+        d->startRun();
+    }
+    d->record(SxCallLogEntry::Start, QString(), 0, error == KS_OK, error);
+    return error == KS_OK ? 1 : 0;
+}
+
+int CxSimCamera::stopAcquisition()
+{
+    QMutexLocker lock(&d->mutex);
+    int error = KS_OK;
+    if (!d->acquiring) {
+        error = KS_ERR_NOT_ACQUIRING;
+    } else {
+        if (d->runPacing == ExPacing::RealTime)
+            d->idleClock = d->now();
+        else
+            d->idleClock = d->virtualNow;
+        d->acquiring = false;
+        d->replay.clear();
+        d->wake.wakeAll();
+        if (consume(d->stopFaults))
+            error = KS_ERR_DEVICE;
+    }
+    d->record(SxCallLogEntry::Stop, QString(), 0, error == KS_OK, error);
+    return error;
+}
+
+bool CxSimCamera::getImage(unsigned int timeoutMs, KS_IMG* image, int* errorCode, bool releasePrevious)
+{
+    Q_UNUSED(releasePrevious) // two buffers in turn keep the previous image valid either way
+    QMutexLocker lock(&d->mutex);
+    auto finish = [&](int error, quint32 frame) {
+        d->record(SxCallLogEntry::GetImage, QString(), int(frame), error == KS_OK, error);
+        if (errorCode)
+            *errorCode = error;
+        return error == KS_OK;
+    };
+    if (!image || image->size != sizeof(KS_IMG))
+        return finish(KS_ERR_INVALID_ARGUMENT, 0);
+    if (!d->acquiring)
+        return finish(KS_ERR_NOT_ACQUIRING, 0);
+
+    const quint64 call = d->captureCalls++;
+    const double timeoutTicks = double(timeoutMs) * 1000.0 * kTicksPerUs;
+    for (int i = 0; i < d->captureFaults.size(); ++i) {
+        SxCaptureFault& fault = d->captureFaults[i];
+        if (call < fault.fromCapture || !consume(fault.remaining))
+            continue;
+        const ExCaptureFault kind = fault.kind;
+        if (fault.remaining == 0)
+            d->captureFaults.removeAt(i);
+        switch (kind) {
+        case ExCaptureFault::Fail:
+            return finish(KS_ERR_DEVICE, 0);
+        case ExCaptureFault::NoData:
+            image->data = nullptr;
+            return finish(KS_OK, 0);
+        case ExCaptureFault::Timeout:
+            if (d->runPacing == ExPacing::RealTime) {
+                if (!d->waitUntil(d->now() + timeoutTicks))
+                    return finish(KS_ERR_ABORTED, 0);
+            } else {
+                d->virtualNow += timeoutTicks;
+            }
+            return finish(KS_ERR_TIMEOUT, 0);
+        }
+    }
+
+    if (d->runPacing == ExPacing::Replay) {
+        const quint64 n = d->replayFrames.size();
+        const quint64 cycle = d->delivered / n;
+        SxFrame frame = d->replayFrames[d->delivered % n];
+        frame.number += quint32(cycle * n);
+        frame.start += double(cycle) * d->replayCycle;
+        frame.ready += double(cycle) * d->replayCycle;
+        d->virtualNow = frame.ready;
+        d->params.addToCounter(KS_CNT_TRANSFERRED, 1);
+        d->deliver(frame, image);
+        return finish(KS_OK, frame.number);
+    }
+
+    if (!d->havePending) {
+        if (d->runPacing == ExPacing::RealTime)
+            d->skipForSlowConsumer();
+        d->bufferIndex ^= 1;
+        d->pending = d->produce(d->buffers[d->bufferIndex].data());
+        d->addRandomEvents((d->pending.ready - d->pending.start) / (kTicksPerUs * 1e6));
+        d->havePending = true;
+    }
+    if (d->runPacing == ExPacing::RealTime) {
+        const double deadline = d->now() + timeoutTicks;
+        if (d->pending.ready > deadline) {
+            if (!d->waitUntil(deadline))
+                return finish(KS_ERR_ABORTED, 0);
+            return finish(KS_ERR_TIMEOUT, 0);
+        }
+        if (!d->waitUntil(d->pending.ready))
+            return finish(KS_ERR_ABORTED, 0);
+    } else {
+        d->virtualNow = std::max(d->virtualNow, d->pending.ready);
+    }
+    d->havePending = false;
+    d->deliver(d->pending, image);
+    return finish(KS_OK, d->pending.number);
+}
+
+bool CxSimCamera::hostGetParam(const QString& name, int& value)
+{
+    QMutexLocker lock(&d->mutex);
+    const int error = d->paramRefused(name, false, 0) ? KS_ERR_REFUSED : d->params.get(name, value);
+    d->record(SxCallLogEntry::HostGetParam, name, value, error == KS_OK, error);
+    return error == KS_OK;
+}
+
+bool CxSimCamera::hostSetParam(const QString& name, int value)
+{
+    QMutexLocker lock(&d->mutex);
+    const int error = d->paramRefused(name, true, value) ? KS_ERR_REFUSED : d->params.set(name, value, d->acquiring);
+    d->record(SxCallLogEntry::HostSetParam, name, value, error == KS_OK, error);
+    return error == KS_OK;
+}
+
+QStringList CxSimCamera::parameterNames() const
+{
+    QMutexLocker lock(&d->mutex);
+    return d->params.parameterNames();
+}
+
+QList<CxCameraParam::SxEnumItem> CxSimCamera::enumItems(const QString& name) const
+{
+    QMutexLocker lock(&d->mutex);
+    return d->params.enumItems(name);
+}
+
+void CxSimCamera::setPacing(ExPacing pacing)
+{
+    QMutexLocker lock(&d->mutex);
+    d->pacing = pacing;
+}
+
+ExPacing CxSimCamera::pacing() const
+{
+    QMutexLocker lock(&d->mutex);
+    return d->pacing;
+}
+
+void CxSimCamera::refuseParam(const QString& name, ExParamOp op, int count)
+{
+    QMutexLocker lock(&d->mutex);
+    d->paramFaults.append({name, op, true, 0, count});
+}
+
+void CxSimCamera::refuseParamValue(const QString& name, int value, int count)
+{
+    QMutexLocker lock(&d->mutex);
+    d->paramFaults.append({name, ExParamOp::Set, false, value, count});
+}
+
+void CxSimCamera::refuseStart(int count)
+{
+    QMutexLocker lock(&d->mutex);
+    d->startFaults = count;
+}
+
+void CxSimCamera::failStop(int count)
+{
+    QMutexLocker lock(&d->mutex);
+    d->stopFaults = count;
+}
+
+void CxSimCamera::failCaptures(ExCaptureFault kind, int count, int fromCapture)
+{
+    QMutexLocker lock(&d->mutex);
+    SxCaptureFault fault;
+    fault.kind = kind;
+    fault.remaining = count;
+    // Counted within the running acquisition, or the next one when idle.
+    fault.fromCapture = quint64(std::max(fromCapture, 0)) + (d->acquiring ? d->captureCalls : 0);
+    d->captureFaults.append(fault);
+}
+
+void CxSimCamera::clearFaults()
+{
+    QMutexLocker lock(&d->mutex);
+    d->paramFaults.clear();
+    d->captureFaults.clear();
+    d->startFaults = 0;
+    d->stopFaults = 0;
+}
+
+QList<SxCallLogEntry> CxSimCamera::callLog() const
+{
+    QMutexLocker lock(&d->mutex);
+    return d->log;
+}
+
+QStringList CxSimCamera::callLogText(bool withImages) const
+{
+    QStringList lines;
+    for (const SxCallLogEntry& entry : callLog())
+        if (withImages || entry.kind != SxCallLogEntry::GetImage)
+            lines.append(entry.toString());
+    return lines;
+}
+
+void CxSimCamera::clearCallLog()
+{
+    QMutexLocker lock(&d->mutex);
+    d->log.clear();
+}
+
+bool CxSimCamera::isAcquiring() const
+{
+    QMutexLocker lock(&d->mutex);
+    return d->acquiring;
+}
+
+bool CxSimCamera::isPatternActive() const
+{
+    QMutexLocker lock(&d->mutex);
+    return d->acquiring && d->pattern;
+}
+
+int CxSimCamera::counterValue(int selector) const
+{
+    QMutexLocker lock(&d->mutex);
+    return selector >= 0 && selector < 6 ? d->params.counter(selector) : 0;
+}
+
+int CxSimCamera::parameterValue(const QString& name) const
+{
+    QMutexLocker lock(&d->mutex);
+    return d->params.value(name);
+}
+
+quint64 CxSimCamera::capturesDelivered() const
+{
+    QMutexLocker lock(&d->mutex);
+    return d->delivered;
+}

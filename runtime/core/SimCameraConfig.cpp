@@ -1,0 +1,14 @@
+#include "ksSim/CxSimCameraConfig.h"
+
+QString CxSimCameraConfig::pacingName(ExPacing pacing)
+{
+    switch (pacing) {
+    case ExPacing::RealTime:
+        return QStringLiteral("realtime");
+    case ExPacing::Unpaced:
+        return QStringLiteral("unpaced");
+    case ExPacing::Replay:
+        return QStringLiteral("replay");
+    }
+    return QString();
+}

@@ -1,0 +1,101 @@
+// The host's camera API: opaque camera handles, the image record and parameter access.
+//
+// Threading: every call may come from any thread. A camera serialises its own state, so
+// the acquisition worker may wait in ksApi_GetImage while the GUI thread reads or writes
+// parameters or calls ksApi_StopAcquisition; a stop wakes a waiting ksApi_GetImage, which
+// then returns false. Only one thread should fetch images from one camera at a time.
+#pragma once
+
+#include "ksCoreGlobal.h"
+
+#include <cstddef>
+#include <cstdint>
+
+// Identifies one opened camera. Stale or unknown handles are answered with a failure,
+// never dereferenced.
+typedef void* KSCORE_HANDLE;
+
+// Image record filled by ksApi_GetImage. The caller zero-fills it and sets `size` to
+// sizeof(KS_IMG) before every call; the layout is fixed across host versions.
+typedef struct KS_IMG
+{
+    uint32_t size;          // in: record size, 312
+    uint32_t flags;         // out: KS_IMG_FLAG_* bits
+    void* data;             // out: first byte of the image, null when no image was delivered
+    uint64_t dataSize;      // out: bytes at `data`
+    uint32_t width;         // out: pixels per line
+    uint32_t height;        // out: lines
+    uint32_t frameNumber;   // out: the camera's frame counter
+    uint32_t timestampSec;  // out: camera clock at the start of the frame, whole seconds
+    uint32_t timestampUsec; // out: microseconds part of the same instant
+    uint32_t dataFormat;    // out: value of "imgdataformat" the frame was produced with
+    uint32_t bytesPerPixel; // out: bytes each pixel occupies at `data`
+    uint32_t reserved0;
+    uint64_t transferTicks; // out: link time the frame took, in ticks of 4 ns
+    uint8_t reserved[248];
+} KS_IMG;
+
+static_assert(sizeof(void*) == 8, "the image record layout assumes 64-bit pointers");
+static_assert(sizeof(KS_IMG) == 312, "KS_IMG must stay 312 bytes");
+static_assert(offsetof(KS_IMG, size) == 0, "KS_IMG.size");
+static_assert(offsetof(KS_IMG, data) == 8, "KS_IMG.data");
+static_assert(offsetof(KS_IMG, width) == 24, "KS_IMG.width");
+static_assert(offsetof(KS_IMG, height) == 28, "KS_IMG.height");
+static_assert(offsetof(KS_IMG, frameNumber) == 32, "KS_IMG.frameNumber");
+static_assert(offsetof(KS_IMG, timestampSec) == 36, "KS_IMG.timestampSec");
+static_assert(offsetof(KS_IMG, timestampUsec) == 40, "KS_IMG.timestampUsec");
+
+enum KS_IMG_FLAG
+{
+    KS_IMG_FLAG_TEST_PATTERN = 0x1, // the frame carries the throughput counter pattern
+};
+
+// Camera counters, read by writing "counter_selector" and then reading "counter_value".
+enum KS_COUNTER_SELECTOR
+{
+    KS_CNT_TRANSPORT_SKIP = 0,
+    KS_CNT_API_SKIP = 1,
+    KS_CNT_TRANSFERRED = 2,
+    KS_CNT_MISSED_TRG_OVERLAP = 3,
+    KS_CNT_MISSED_TRG_OVERFLOW = 4,
+    KS_CNT_BUFFER_OVERFLOW = 5,
+};
+
+// Written to the optional error-code output of the calls below.
+enum KS_ERROR
+{
+    KS_OK = 0,
+    KS_ERR_INVALID_HANDLE = 1,
+    KS_ERR_UNKNOWN_PARAMETER = 2,
+    KS_ERR_OUT_OF_RANGE = 3,
+    KS_ERR_READ_ONLY = 4,
+    KS_ERR_LOCKED_WHILE_ACQUIRING = 5,
+    KS_ERR_REFUSED = 6,
+    KS_ERR_NOT_ACQUIRING = 7,
+    KS_ERR_ALREADY_ACQUIRING = 8,
+    KS_ERR_TIMEOUT = 9,
+    KS_ERR_ABORTED = 10,
+    KS_ERR_DEVICE = 11,
+    KS_ERR_INVALID_ARGUMENT = 12,
+};
+
+// Suffix that turns a parameter write into a query: true means the value could be
+// written; nothing is written.
+#define KS_SETTABLE_SUFFIX ":settable"
+
+// True when the value was read into `value`.
+KSCORE_EXPORT bool ksApi_GetParamInt(KSCORE_HANDLE hCam, const char* name, int& value, int* errorCode = nullptr);
+// True when written (or, for a ":settable" name, when the value could be written).
+KSCORE_EXPORT bool ksApi_SetParamInt(KSCORE_HANDLE hCam, const char* name, int value, int* errorCode = nullptr);
+// Non-zero when the camera started to acquire.
+KSCORE_EXPORT int ksApi_StartAcquisition(KSCORE_HANDLE hCam);
+// Zero when the camera stopped; otherwise a KS_ERROR. Note the sense is the reverse of
+// ksApi_StartAcquisition.
+KSCORE_EXPORT int ksApi_StopAcquisition(KSCORE_HANDLE hCam);
+// Waits up to `timeoutMs` for the next image. True with a non-null `image->data` when an
+// image was delivered. The data stays valid until the next call on the same camera; with
+// `releasePrevious` false the previous image stays valid one call longer.
+KSCORE_EXPORT bool ksApi_GetImage(KSCORE_HANDLE hCam, unsigned int timeoutMs, KS_IMG* image,
+                                  int* errorCode = nullptr, bool releasePrevious = true);
+// Version of the host core library.
+KSCORE_EXPORT void ksCoreVersion(int& major, int& minor, int& build);

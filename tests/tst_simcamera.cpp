@@ -1,0 +1,401 @@
+// The simulated camera as the camera API shows it: parameters and their defaults,
+// ":settable" queries, the selector-addressed values, start and the reversed stop,
+// injected faults and the call log.
+
+#include "SimTestSupport.h"
+
+#include <QElapsedTimer>
+#include <QtTest>
+
+using namespace simtest;
+
+class TestSimCamera : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { closeAll(); }
+
+    void recordLayoutIsFixed();
+    void parametersHaveTheirPowerOnValues();
+    void configuredPowerOnValuesReplaceDefaults();
+    void writesAnswerTrueOrFalse();
+    void settableQueryWritesNothing();
+    void imageDataFormatIndexEqualsValue();
+    void bufferSizeReadsWithThePowerOnSelectors();
+    void dataProcessingSelectorsAddressTheFrameBufferMode();
+    void cameraWithoutDataProcessingHasNoSelectors();
+    void deviceRegisterFileAnswersThroughItsSelectors();
+    void countersSupportedPerCamera();
+    void formatIsLockedWhileAcquiring();
+    void startAndTheReversedStop();
+    void unknownHandlesAreRefused();
+    void refusedParameterByName();
+    void refusedParameterByValue();
+    void refusedStartAndFailingStop();
+    void captureFaults_data();
+    void captureFaults();
+    void disconnectFailsEveryLaterCapture();
+    void realTimeTimeoutFaultWaitsTheWholeTimeout();
+    void callLogKeepsExactOrder();
+};
+
+void TestSimCamera::recordLayoutIsFixed()
+{
+    QCOMPARE(sizeof(KS_IMG), size_t(312));
+    QCOMPARE(offsetof(KS_IMG, data), size_t(8));
+    QCOMPARE(offsetof(KS_IMG, width), size_t(24));
+    QCOMPARE(offsetof(KS_IMG, height), size_t(28));
+    QCOMPARE(offsetof(KS_IMG, frameNumber), size_t(32));
+    QCOMPARE(offsetof(KS_IMG, timestampSec), size_t(36));
+    QCOMPARE(offsetof(KS_IMG, timestampUsec), size_t(40));
+    QCOMPARE(int(KS_CNT_TRANSPORT_SKIP), 0);
+    QCOMPARE(int(KS_CNT_BUFFER_OVERFLOW), 5);
+    int major = 0, minor = 0, build = 0;
+    ksCoreVersion(major, minor, build);
+    QVERIFY(major > 0 || minor > 0 || build > 0);
+}
+
+void TestSimCamera::parametersHaveTheirPowerOnValues()
+{
+    // The defaults the README documents; a change to the model must show up here.
+    const QList<QPair<const char*, int>> expected = {
+        {"imgdataformat", 0},         {"buffer_policy", 1},       {"output_bit_depth", 12},
+        {"output_bit_packing", 1},    {"column_fpn_correction", 1}, {"row_fpn_correction", 1},
+        {"LUTEnable", 0},             {"test_pattern_generator_selector", 0}, {"test_pattern", 0},
+        {"ts_rst_mode", 1},           {"ts_rst_source", 0},       {"dp_unit_selector", 1},
+        {"dp_proc_selector", 5},      {"dp_param_selector", 0},   {"device_unit_selector", 0},
+        {"device_unit_register_selector", 0}, {"counter_selector", 0}, {"width", 1024},
+        {"height", 1024},
+    };
+    KSCORE_HANDLE hCam = open(camera("defaults"));
+    for (const auto& [name, value] : expected) {
+        int read = -12345;
+        QVERIFY2(ksApi_GetParamInt(hCam, name, read), name);
+        QVERIFY2(read == value, qPrintable(QStringLiteral("%1 = %2").arg(name).arg(read)));
+    }
+    int read = 0;
+    int error = KS_OK;
+    QVERIFY(!ksApi_GetParamInt(hCam, "no_such_parameter", read, &error));
+    QCOMPARE(error, int(KS_ERR_UNKNOWN_PARAMETER));
+}
+
+void TestSimCamera::configuredPowerOnValuesReplaceDefaults()
+{
+    CxSimCameraConfig config = camera("poweron");
+    config.parameters.insert(QStringLiteral("buffer_policy"), 0);
+    config.parameters.insert(QStringLiteral("imgdataformat"), 3);
+    KSCORE_HANDLE hCam = open(config);
+    int value = -1;
+    QVERIFY(ksApi_GetParamInt(hCam, "buffer_policy", value));
+    QCOMPARE(value, 0);
+    QVERIFY(ksApi_GetParamInt(hCam, "imgdataformat", value));
+    QCOMPARE(value, 3);
+}
+
+void TestSimCamera::writesAnswerTrueOrFalse()
+{
+    KSCORE_HANDLE hCam = open(camera("writes"));
+    int error = KS_OK;
+    QVERIFY(ksApi_SetParamInt(hCam, "output_bit_depth", 16, &error));
+    QCOMPARE(error, int(KS_OK));
+    QVERIFY(!ksApi_SetParamInt(hCam, "output_bit_depth", 17, &error));
+    QCOMPARE(error, int(KS_ERR_OUT_OF_RANGE));
+    QVERIFY(!ksApi_SetParamInt(hCam, "buffer_policy", 2, &error));
+    QVERIFY(!ksApi_SetParamInt(hCam, "width", 512, &error));
+    QCOMPARE(error, int(KS_ERR_READ_ONLY));
+    QVERIFY(!ksApi_SetParamInt(hCam, "counter_value", 1, &error));
+    int value = 0;
+    QVERIFY(ksApi_GetParamInt(hCam, "output_bit_depth", value));
+    QCOMPARE(value, 16);
+}
+
+void TestSimCamera::settableQueryWritesNothing()
+{
+    KSCORE_HANDLE hCam = open(camera("settable"));
+    QVERIFY(ksApi_SetParamInt(hCam, "test_pattern:settable", 11));
+    QVERIFY(!ksApi_SetParamInt(hCam, "test_pattern:settable", 99));
+    QVERIFY(!ksApi_SetParamInt(hCam, "width:settable", 1024));
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_unit_selector:settable", 1));
+    int value = -1;
+    QVERIFY(ksApi_GetParamInt(hCam, "test_pattern", value));
+    QCOMPARE(value, 0);
+    // A query for a selector-addressed value asks the cell behind the selectors.
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_selector", 6));
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_value:settable", 9));
+    QVERIFY(!ksApi_SetParamInt(hCam, "dp_param_value:settable", 3));
+    QVERIFY(ksApi_GetParamInt(hCam, "dp_param_value", value));
+    QCOMPARE(value, 10);
+}
+
+void TestSimCamera::imageDataFormatIndexEqualsValue()
+{
+    KSCORE_HANDLE hCam = open(camera("formats"));
+    const QList<CxCameraParam::SxEnumItem> items = sim(hCam)->enumItems(QStringLiteral("imgdataformat"));
+    QVERIFY(items.size() >= 8);
+    for (int i = 0; i < items.size(); ++i)
+        QCOMPARE(items[i].value, i);
+    QCOMPARE(items[7].displayText, QStringLiteral("Transport data"));
+}
+
+void TestSimCamera::bufferSizeReadsWithThePowerOnSelectors()
+{
+    CxSimCameraConfig config = camera("buffer");
+    config.bufferSize = 12345678;
+    KSCORE_HANDLE hCam = open(config);
+    int value = 0;
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_selector", 7));
+    QVERIFY(ksApi_GetParamInt(hCam, "dp_param_value", value));
+    QCOMPARE(value, 12345678);
+    QVERIFY(!ksApi_SetParamInt(hCam, "dp_param_value", 1));
+}
+
+void TestSimCamera::dataProcessingSelectorsAddressTheFrameBufferMode()
+{
+    KSCORE_HANDLE hCam = open(camera("framebuffer"));
+    int value = 0;
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_unit_selector", 1));
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_proc_selector", 5));
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_selector", 6));
+    QVERIFY(ksApi_GetParamInt(hCam, "dp_param_value", value));
+    QCOMPARE(value, 10);
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_value", 9));
+    // After selecting the buffer size, a write of 10 goes to that read-only cell and fails;
+    // the frame-buffer mode keeps 9.
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_selector", 7));
+    QVERIFY(!ksApi_SetParamInt(hCam, "dp_param_value", 10));
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_selector", 6));
+    QVERIFY(ksApi_GetParamInt(hCam, "dp_param_value", value));
+    QCOMPARE(value, 9);
+    // A selection with nothing behind it answers false.
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_unit_selector", 3));
+    QVERIFY(!ksApi_GetParamInt(hCam, "dp_param_value", value));
+}
+
+void TestSimCamera::cameraWithoutDataProcessingHasNoSelectors()
+{
+    CxSimCameraConfig config = camera("nodp");
+    config.dataProcessing = false;
+    KSCORE_HANDLE hCam = open(config);
+    int value = 0;
+    QVERIFY(!ksApi_SetParamInt(hCam, "dp_unit_selector:settable", 1));
+    QVERIFY(!ksApi_SetParamInt(hCam, "dp_param_selector", 7));
+    QVERIFY(!ksApi_GetParamInt(hCam, "dp_param_value", value));
+}
+
+void TestSimCamera::deviceRegisterFileAnswersThroughItsSelectors()
+{
+    CxSimCameraConfig config = camera("registers");
+    config.sensor.dataRateMBps = 612.0;
+    KSCORE_HANDLE hCam = open(config);
+    int value = 0;
+    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 8));
+    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_selector", 4096));
+    QVERIFY(ksApi_GetParamInt(hCam, "device_unit_register_value", value));
+    QCOMPARE(value, 612);
+    QVERIFY(!ksApi_SetParamInt(hCam, "device_unit_register_value", 1));
+
+    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 1));
+    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_selector", 55));
+    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_value", 25000));
+    QVERIFY(ksApi_GetParamInt(hCam, "device_unit_register_value", value));
+    QCOMPARE(value, 25000);
+
+    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_selector", 56));
+    QVERIFY(!ksApi_GetParamInt(hCam, "device_unit_register_value", value));
+}
+
+void TestSimCamera::countersSupportedPerCamera()
+{
+    CxSimCameraConfig config = camera("counters");
+    config.supportedCounters = {0, 2, 5};
+    KSCORE_HANDLE hCam = open(config);
+    const bool expected[6] = {true, false, true, false, false, true};
+    for (int selector = 0; selector < 6; ++selector)
+        QCOMPARE(ksApi_SetParamInt(hCam, "counter_selector:settable", selector), expected[selector]);
+    QVERIFY(!ksApi_SetParamInt(hCam, "counter_selector:settable", 6));
+    QVERIFY(!ksApi_SetParamInt(hCam, "counter_selector", 1));
+    QVERIFY(ksApi_SetParamInt(hCam, "counter_selector", 5));
+    int value = -1;
+    QVERIFY(ksApi_GetParamInt(hCam, "counter_value", value));
+    QCOMPARE(value, 0);
+}
+
+void TestSimCamera::formatIsLockedWhileAcquiring()
+{
+    KSCORE_HANDLE hCam = open(camera("locked", 400.0, 64, 64));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    int error = KS_OK;
+    QVERIFY(!ksApi_SetParamInt(hCam, "imgdataformat", 3, &error));
+    QCOMPARE(error, int(KS_ERR_LOCKED_WHILE_ACQUIRING));
+    QVERIFY(ksApi_SetParamInt(hCam, "buffer_policy", 0));
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+    QVERIFY(ksApi_SetParamInt(hCam, "imgdataformat", 3));
+}
+
+void TestSimCamera::startAndTheReversedStop()
+{
+    KSCORE_HANDLE hCam = open(camera("startstop", 400.0, 64, 64));
+    KS_IMG image;
+    int error = KS_OK;
+    QVERIFY(!grab(hCam, &image, 10, &error));
+    QCOMPARE(error, int(KS_ERR_NOT_ACQUIRING));
+    QVERIFY(ksApi_StartAcquisition(hCam) != 0);
+    QCOMPARE(ksApi_StartAcquisition(hCam), 0); // already acquiring
+    QVERIFY(grab(hCam, &image));
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);  // zero is success
+    QVERIFY(ksApi_StopAcquisition(hCam) != 0); // not acquiring any more
+    QVERIFY(!sim(hCam)->isAcquiring());
+}
+
+void TestSimCamera::unknownHandlesAreRefused()
+{
+    auto bogus = reinterpret_cast<KSCORE_HANDLE>(quintptr(0xdead0));
+    int value = 0;
+    int error = KS_OK;
+    QVERIFY(!ksApi_GetParamInt(bogus, "buffer_policy", value, &error));
+    QCOMPARE(error, int(KS_ERR_INVALID_HANDLE));
+    QVERIFY(!ksApi_SetParamInt(nullptr, "buffer_policy", 0));
+    QCOMPARE(ksApi_StartAcquisition(bogus), 0);
+    QVERIFY(ksApi_StopAcquisition(bogus) != 0);
+    KS_IMG image;
+    QVERIFY(!grab(bogus, &image));
+
+    KSCORE_HANDLE hCam = open(camera("closed"));
+    CxCameraManager::instance()->closeCamera(hCam);
+    QVERIFY(!ksApi_GetParamInt(hCam, "buffer_policy", value));
+}
+
+void TestSimCamera::refusedParameterByName()
+{
+    KSCORE_HANDLE hCam = open(camera("refuse"));
+    sim(hCam)->refuseParam(QStringLiteral("buffer_policy"), ExParamOp::Set, 2);
+    int error = KS_OK;
+    QVERIFY(!ksApi_SetParamInt(hCam, "buffer_policy", 0, &error));
+    QCOMPARE(error, int(KS_ERR_REFUSED));
+    int value = -1;
+    QVERIFY(ksApi_GetParamInt(hCam, "buffer_policy", value)); // reads still pass
+    QVERIFY(!ksApi_SetParamInt(hCam, "buffer_policy", 0));
+    QVERIFY(ksApi_SetParamInt(hCam, "buffer_policy", 0)); // the count is used up
+
+    sim(hCam)->refuseParam(QStringLiteral("dp_proc_selector:settable"));
+    QVERIFY(!ksApi_SetParamInt(hCam, "dp_proc_selector:settable", 5));
+    QVERIFY(ksApi_SetParamInt(hCam, "dp_proc_selector", 5)); // only the query is refused
+
+    sim(hCam)->refuseParam(QStringLiteral("test_pattern"), ExParamOp::Get);
+    QVERIFY(!ksApi_GetParamInt(hCam, "test_pattern", value));
+    QVERIFY(ksApi_SetParamInt(hCam, "test_pattern", 11));
+    sim(hCam)->clearFaults();
+    QVERIFY(ksApi_GetParamInt(hCam, "test_pattern", value));
+    QCOMPARE(value, 11);
+}
+
+void TestSimCamera::refusedParameterByValue()
+{
+    KSCORE_HANDLE hCam = open(camera("refusevalue"));
+    sim(hCam)->refuseParamValue(QStringLiteral("device_unit_selector"), 8);
+    QVERIFY(!ksApi_SetParamInt(hCam, "device_unit_selector", 8));
+    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 1));
+    QVERIFY(!ksApi_SetParamInt(hCam, "device_unit_selector", 8));
+}
+
+void TestSimCamera::refusedStartAndFailingStop()
+{
+    KSCORE_HANDLE hCam = open(camera("startfault", 400.0, 64, 64));
+    sim(hCam)->refuseStart(1);
+    QCOMPARE(ksApi_StartAcquisition(hCam), 0);
+    QVERIFY(!sim(hCam)->isAcquiring());
+    QVERIFY(ksApi_StartAcquisition(hCam) != 0);
+    sim(hCam)->failStop(1);
+    QVERIFY(ksApi_StopAcquisition(hCam) != 0);
+    // The camera stopped all the same, so it can start again.
+    QVERIFY(!sim(hCam)->isAcquiring());
+    QVERIFY(ksApi_StartAcquisition(hCam) != 0);
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+}
+
+void TestSimCamera::captureFaults_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<bool>("result");
+    QTest::addColumn<int>("error");
+    QTest::newRow("fail") << int(ExCaptureFault::Fail) << false << int(KS_ERR_DEVICE);
+    QTest::newRow("no data") << int(ExCaptureFault::NoData) << true << int(KS_OK);
+    QTest::newRow("timeout") << int(ExCaptureFault::Timeout) << false << int(KS_ERR_TIMEOUT);
+}
+
+void TestSimCamera::captureFaults()
+{
+    QFETCH(int, kind);
+    QFETCH(bool, result);
+    QFETCH(int, error);
+    KSCORE_HANDLE hCam = open(camera("capturefault", 400.0, 64, 64));
+    sim(hCam)->failCaptures(ExCaptureFault(kind), 2, 1);
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    QVERIFY(grab(hCam, &image)); // the fault starts with the second capture
+    for (int i = 0; i < 2; ++i) {
+        image = KS_IMG();
+        image.size = sizeof(KS_IMG);
+        int code = -1;
+        QCOMPARE(ksApi_GetImage(hCam, 5000, &image, &code, true), result);
+        QCOMPARE(code, error);
+        QVERIFY(image.data == nullptr);
+    }
+    QVERIFY(grab(hCam, &image));
+    QCOMPARE(image.frameNumber, 1u); // failed captures consume no frame
+}
+
+void TestSimCamera::disconnectFailsEveryLaterCapture()
+{
+    KSCORE_HANDLE hCam = open(camera("disconnect", 400.0, 64, 64));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    sim(hCam)->failCaptures(ExCaptureFault::Fail, -1, 3);
+    KS_IMG image;
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(grab(hCam, &image));
+    for (int i = 0; i < 50; ++i)
+        QVERIFY(!grab(hCam, &image));
+    sim(hCam)->clearFaults();
+    QVERIFY(grab(hCam, &image));
+}
+
+void TestSimCamera::realTimeTimeoutFaultWaitsTheWholeTimeout()
+{
+    CxSimCameraConfig config = camera("stuck", 400.0, 64, 64);
+    config.pacing = ExPacing::RealTime;
+    KSCORE_HANDLE hCam = open(config);
+    sim(hCam)->failCaptures(ExCaptureFault::Timeout, 1);
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    QElapsedTimer timer;
+    timer.start();
+    KS_IMG image;
+    int error = KS_OK;
+    QVERIFY(!grab(hCam, &image, 150, &error));
+    QCOMPARE(error, int(KS_ERR_TIMEOUT));
+    QVERIFY2(timer.elapsed() >= 140 && timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+}
+
+void TestSimCamera::callLogKeepsExactOrder()
+{
+    KSCORE_HANDLE hCam = open(camera("log", 400.0, 64, 64));
+    sim(hCam)->clearCallLog();
+    int value = 0;
+    ksApi_GetParamInt(hCam, "imgdataformat", value);
+    ksApi_SetParamInt(hCam, "buffer_policy", 0);
+    ksApi_SetParamInt(hCam, "dp_unit_selector:settable", 1);
+    ksApi_StartAcquisition(hCam);
+    KS_IMG image;
+    grab(hCam, &image);
+    ksApi_StopAcquisition(hCam);
+    QCOMPARE(sim(hCam)->callLogText(),
+             QStringList({"get imgdataformat", "set buffer_policy 0", "set dp_unit_selector:settable 1", "start",
+                          "stop"}));
+    QCOMPARE(sim(hCam)->callLogText(true).at(4), QStringLiteral("image"));
+    const QList<SxCallLogEntry> log = sim(hCam)->callLog();
+    QVERIFY(log[1].ok);
+    QCOMPARE(log[4].value, 0); // the frame number delivered
+}
+
+QTEST_GUILESS_MAIN(TestSimCamera)
+#include "tst_simcamera.moc"

@@ -1,0 +1,404 @@
+// The simulated link: the counter pattern, its disturbances, plain images limited by the
+// link, the counters it drives and the three pacing modes.
+
+#include "SimTestSupport.h"
+
+#include <QElapsedTimer>
+#include <QThread>
+#include <QtTest>
+#include <cmath>
+
+using namespace simtest;
+
+namespace {
+
+// Throughput in MB/s between two samples `strideWords` apart.
+double speed(quint64 from, quint64 to, quint64 strideWords)
+{
+    return double(strideWords * 8) / (double(to - from) / 250.0);
+}
+
+} // namespace
+
+class TestSimLink : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { closeAll(); }
+
+    void patternWordsAdvanceAtTheLinkRate_data();
+    void patternWordsAdvanceAtTheLinkRate();
+    void patternFramesFollowBackToBack();
+    void dipsAppearWhereConfigured();
+    void aSeedRepeatsARunExactly();
+    void stallsLeaveGapsInThePattern();
+    void timestampsResetAtStartOnlyWhenAsked();
+    void plainImagesKeepTheSensorRateWhenTheLinkKeepsUp();
+    void sensorOutrunningTheLinkOverflowsTheBuffer();
+    void configuredCounterRatesRaiseCounters();
+    void realTimePacingDeliversAtTheLinkRate();
+    void realTimeCaptureHonoursItsTimeout();
+    void stopWakesAWaitingCapture();
+    void slowConsumerSkipsFramesUnderTheUnsafePolicy();
+    void slowConsumerStallsTheLinkUnderTheSafePolicy();
+    void replayCyclesThroughPregeneratedFrames();
+};
+
+void TestSimLink::patternWordsAdvanceAtTheLinkRate_data()
+{
+    QTest::addColumn<double>("rate");
+    QTest::newRow("400 MB/s") << 400.0;
+    QTest::newRow("350 MB/s") << 350.0;
+    QTest::newRow("1250 MB/s") << 1250.0;
+    QTest::newRow("95 MB/s") << 95.0;
+}
+
+void TestSimLink::patternWordsAdvanceAtTheLinkRate()
+{
+    QFETCH(double, rate);
+    KSCORE_HANDLE hCam = open(camera("rate", rate));
+    QVERIFY(selectCounterPattern(hCam));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    for (int frame = 0; frame < 5; ++frame) {
+        QVERIFY(grab(hCam, &image));
+        QCOMPARE(image.width, 1024u);
+        QCOMPARE(image.dataSize, quint64(1024 * 1024 * 2));
+        QVERIFY(image.flags & KS_IMG_FLAG_TEST_PATTERN);
+        const QVector<quint64> samples = sampleWords(image, 512);
+        QCOMPARE(samples.size(), 512);
+        for (int i = 1; i < samples.size(); ++i) {
+            const double s = speed(samples[i - 1], samples[i], 512);
+            QVERIFY2(std::fabs(s - rate) / rate < 0.005,
+                     qPrintable(QStringLiteral("frame %1 sample %2: %3 MB/s").arg(frame).arg(i).arg(s)));
+        }
+    }
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+}
+
+void TestSimLink::patternFramesFollowBackToBack()
+{
+    KSCORE_HANDLE hCam = open(camera("b2b", 400.0, 512, 256));
+    QVERIFY(selectCounterPattern(hCam));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    QVERIFY(grab(hCam, &image));
+    const auto* words = static_cast<const quint64*>(image.data);
+    const quint64 last = words[image.dataSize / 8 - 1];
+    const quint32 firstNumber = image.frameNumber;
+    QVERIFY(grab(hCam, &image));
+    QCOMPARE(image.frameNumber, firstNumber + 1);
+    // 8 bytes at 400 MB/s take 5 ticks: the next frame's first word follows at once.
+    QCOMPARE(static_cast<const quint64*>(image.data)[0], last + 5);
+    // The time stamp is the first word's instant in microseconds.
+    const quint64 stampUs = quint64(image.timestampSec) * 1000000 + image.timestampUsec;
+    QCOMPARE(stampUs, static_cast<const quint64*>(image.data)[0] / 250);
+}
+
+void TestSimLink::dipsAppearWhereConfigured()
+{
+    CxSimCameraConfig config = camera("dips", 400.0);
+    config.link.dips.append({100.0, 20.0, 100.0, 50.0}); // every 100 ms from 50 ms on, 20 ms at 100 MB/s
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(selectCounterPattern(hCam));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    int inDip = 0;
+    int outside = 0;
+    KS_IMG image;
+    while (true) {
+        QVERIFY(grab(hCam, &image));
+        const QVector<quint64> samples = sampleWords(image, 512);
+        for (int i = 1; i < samples.size(); ++i) {
+            const double ms = double(samples[i - 1]) / 250000.0;
+            const double s = speed(samples[i - 1], samples[i], 512);
+            // Intervals that straddle a dip's edge are neither.
+            const double phase = ms < 49.5 ? -1.0 : ms < 50.5 ? 99.9 : std::fmod(ms - 50.0, 100.0);
+            if (phase >= 0.5 && phase < 19.5) {
+                QVERIFY2(std::fabs(s - 100.0) < 0.5, qPrintable(QStringLiteral("%1 ms: %2 MB/s").arg(ms).arg(s)));
+                ++inDip;
+            } else if (phase < 0.0 || (phase > 20.5 && phase < 99.5)) {
+                QVERIFY2(std::fabs(s - 400.0) < 2.0, qPrintable(QStringLiteral("%1 ms: %2 MB/s").arg(ms).arg(s)));
+                ++outside;
+            }
+        }
+        if (double(samples.last()) / 250000.0 > 500.0)
+            break;
+    }
+    QVERIFY(inDip > 100);
+    QVERIFY(outside > 1000);
+}
+
+void TestSimLink::aSeedRepeatsARunExactly()
+{
+    CxSimCameraConfig config = camera("seeded", 400.0, 512, 512);
+    config.link.jitter = 0.05;
+    config.link.stallIntervalMs = 2.0;
+    config.link.stallLengthUs = 30.0;
+    config.seed = 77;
+    auto run = [](KSCORE_HANDLE hCam) {
+        QVector<quint64> words;
+        ksApi_StartAcquisition(hCam);
+        KS_IMG image;
+        for (int frame = 0; frame < 20; ++frame)
+            if (grab(hCam, &image))
+                words += sampleWords(image, 64);
+        ksApi_StopAcquisition(hCam);
+        return words;
+    };
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(selectCounterPattern(hCam));
+    const QVector<quint64> first = run(hCam);
+    QCOMPARE(first.size(), 20 * 1024);
+    QCOMPARE(run(hCam), first);
+
+    config.id = QStringLiteral("reseeded");
+    config.seed = 78;
+    KSCORE_HANDLE other = open(config);
+    QVERIFY(selectCounterPattern(other));
+    QVERIFY(run(other) != first);
+}
+
+void TestSimLink::stallsLeaveGapsInThePattern()
+{
+    CxSimCameraConfig config = camera("stalls", 400.0, 1024, 1024);
+    config.link.stallIntervalMs = 5.0;
+    config.link.stallLengthUs = 200.0;
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(selectCounterPattern(hCam));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    int gaps = 0;
+    KS_IMG image;
+    for (int frame = 0; frame < 40; ++frame) {
+        QVERIFY(grab(hCam, &image));
+        const auto* words = static_cast<const quint64*>(image.data);
+        for (quint64 i = 1; i < image.dataSize / 8; ++i) {
+            const quint64 step = words[i] - words[i - 1];
+            if (step >= 200 * 250)
+                ++gaps;
+            else
+                QCOMPARE(step, quint64(5));
+        }
+    }
+    // About 210 ms of link time with a stall every 5 ms on average.
+    QVERIFY2(gaps > 15 && gaps < 100, qPrintable(QString::number(gaps)));
+}
+
+void TestSimLink::timestampsResetAtStartOnlyWhenAsked()
+{
+    CxSimCameraConfig config = camera("clock", 400.0, 256, 256);
+    config.uptimeSeconds = 5000.0;
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    QVERIFY(grab(hCam, &image));
+    QVERIFY(image.timestampSec >= 5000);
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+
+    QVERIFY(ksApi_SetParamInt(hCam, "ts_rst_mode", 0));
+    QVERIFY(ksApi_SetParamInt(hCam, "ts_rst_source", 19));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    QVERIFY(grab(hCam, &image));
+    QCOMPARE(image.timestampSec, 0u);
+    QVERIFY(grab(hCam, &image));
+    QCOMPARE(image.timestampSec, 0u);
+    QVERIFY(image.timestampUsec > 0);
+}
+
+void TestSimLink::plainImagesKeepTheSensorRateWhenTheLinkKeepsUp()
+{
+    CxSimCameraConfig config = camera("plain", 800.0, 1024, 1024);
+    config.sensor.dataRateMBps = 400.0; // 2 MiB frames every 5243 us
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(ksApi_SetParamInt(hCam, "imgdataformat", 3));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    QVERIFY(grab(hCam, &image));
+    QVERIFY(!(image.flags & KS_IMG_FLAG_TEST_PATTERN));
+    qint64 previous = qint64(image.timestampSec) * 1000000 + image.timestampUsec;
+    for (quint32 n = 1; n < 30; ++n) {
+        QVERIFY(grab(hCam, &image));
+        QCOMPARE(image.frameNumber, n);
+        const qint64 stamp = qint64(image.timestampSec) * 1000000 + image.timestampUsec;
+        QVERIFY(std::abs(stamp - previous - 5243) <= 1);
+        previous = stamp;
+    }
+    QCOMPARE(sim(hCam)->counterValue(KS_CNT_BUFFER_OVERFLOW), 0);
+    QCOMPARE(sim(hCam)->counterValue(KS_CNT_TRANSFERRED), 30);
+}
+
+void TestSimLink::sensorOutrunningTheLinkOverflowsTheBuffer()
+{
+    CxSimCameraConfig config = camera("slowlink", 200.0, 1024, 1024);
+    config.sensor.dataRateMBps = 400.0;
+    config.bufferSize = 8 * 1024 * 1024; // four frames
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(ksApi_SetParamInt(hCam, "imgdataformat", 3));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    quint32 lastNumber = 0;
+    int gaps = 0;
+    for (int i = 0; i < 60; ++i) {
+        QVERIFY(grab(hCam, &image));
+        if (i > 0 && image.frameNumber != lastNumber + 1)
+            ++gaps;
+        lastNumber = image.frameNumber;
+    }
+    QVERIFY(gaps > 10);
+    const int lost = sim(hCam)->counterValue(KS_CNT_TRANSPORT_SKIP);
+    QVERIFY(lost > 20);
+    QCOMPARE(sim(hCam)->counterValue(KS_CNT_MISSED_TRG_OVERFLOW), lost);
+    QVERIFY(sim(hCam)->counterValue(KS_CNT_BUFFER_OVERFLOW) >= 1);
+    QCOMPARE(sim(hCam)->counterValue(KS_CNT_API_SKIP), 0);
+    // Read through the camera API as a consumer would.
+    int value = -1;
+    QVERIFY(ksApi_SetParamInt(hCam, "counter_selector", KS_CNT_TRANSFERRED));
+    QVERIFY(ksApi_GetParamInt(hCam, "counter_value", value));
+    QCOMPARE(value, 60);
+}
+
+void TestSimLink::configuredCounterRatesRaiseCounters()
+{
+    CxSimCameraConfig config = camera("rates", 400.0, 1024, 1024);
+    config.counterRates[KS_CNT_MISSED_TRG_OVERLAP] = 1000.0;
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(selectCounterPattern(hCam));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    for (int i = 0; i < 100; ++i) // about 0.52 s of link time
+        QVERIFY(grab(hCam, &image));
+    const int overlaps = sim(hCam)->counterValue(KS_CNT_MISSED_TRG_OVERLAP);
+    QVERIFY2(overlaps > 400 && overlaps < 650, qPrintable(QString::number(overlaps)));
+    QCOMPARE(sim(hCam)->counterValue(KS_CNT_TRANSPORT_SKIP), 0);
+    // Counters start again with every acquisition.
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    QCOMPARE(sim(hCam)->counterValue(KS_CNT_MISSED_TRG_OVERLAP), 0);
+}
+
+void TestSimLink::realTimePacingDeliversAtTheLinkRate()
+{
+    CxSimCameraConfig config = camera("realtime", 400.0, 1024, 1024);
+    config.pacing = ExPacing::RealTime;
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(selectCounterPattern(hCam));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    QElapsedTimer timer;
+    timer.start();
+    KS_IMG image;
+    for (int i = 0; i < 40; ++i) // 40 frames of 5.24 ms
+        QVERIFY(grab(hCam, &image));
+    const qint64 elapsed = timer.elapsed();
+    QVERIFY2(elapsed >= 190 && elapsed < 3000, qPrintable(QString::number(elapsed)));
+}
+
+void TestSimLink::realTimeCaptureHonoursItsTimeout()
+{
+    CxSimCameraConfig config = camera("timeout", 1.0, 1024, 1024); // two seconds a frame
+    config.pacing = ExPacing::RealTime;
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(selectCounterPattern(hCam));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    QElapsedTimer timer;
+    timer.start();
+    KS_IMG image;
+    int error = KS_OK;
+    QVERIFY(!grab(hCam, &image, 100, &error));
+    QCOMPARE(error, int(KS_ERR_TIMEOUT));
+    QVERIFY2(timer.elapsed() >= 90 && timer.elapsed() < 1500, qPrintable(QString::number(timer.elapsed())));
+}
+
+void TestSimLink::stopWakesAWaitingCapture()
+{
+    CxSimCameraConfig config = camera("wake", 1.0, 1024, 1024);
+    config.pacing = ExPacing::RealTime;
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    int error = KS_OK;
+    bool delivered = true;
+    QElapsedTimer timer;
+    QThread* worker = QThread::create([&] {
+        KS_IMG image;
+        delivered = grab(hCam, &image, 5000, &error);
+    });
+    timer.start();
+    worker->start();
+    QThread::msleep(100);
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+    QVERIFY(worker->wait(3000));
+    delete worker;
+    QVERIFY(!delivered);
+    QCOMPARE(error, int(KS_ERR_ABORTED));
+    QVERIFY(timer.elapsed() < 3000);
+}
+
+void TestSimLink::slowConsumerSkipsFramesUnderTheUnsafePolicy()
+{
+    CxSimCameraConfig config = camera("lagging", 400.0, 1024, 1024);
+    config.pacing = ExPacing::RealTime;
+    config.queueDepth = 4;
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(selectCounterPattern(hCam));
+    QVERIFY(ksApi_SetParamInt(hCam, "buffer_policy", 0));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    QVERIFY(grab(hCam, &image));
+    const quint32 first = image.frameNumber;
+    QThread::msleep(300); // about 57 frames go by
+    QVERIFY(grab(hCam, &image));
+    const int skipped = sim(hCam)->counterValue(KS_CNT_API_SKIP);
+    QVERIFY2(skipped >= 30, qPrintable(QString::number(skipped)));
+    QCOMPARE(image.frameNumber, first + 1 + quint32(skipped));
+}
+
+void TestSimLink::slowConsumerStallsTheLinkUnderTheSafePolicy()
+{
+    CxSimCameraConfig config = camera("holding", 400.0, 1024, 1024);
+    config.pacing = ExPacing::RealTime;
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(selectCounterPattern(hCam));
+    QVERIFY(ksApi_SetParamInt(hCam, "buffer_policy", 1));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    QVERIFY(grab(hCam, &image));
+    const quint64 lastWord = static_cast<const quint64*>(image.data)[image.dataSize / 8 - 1];
+    const quint32 first = image.frameNumber;
+    QThread::msleep(300);
+    QVERIFY(grab(hCam, &image));
+    QCOMPARE(sim(hCam)->counterValue(KS_CNT_API_SKIP), 0);
+    QCOMPARE(image.frameNumber, first + 1);
+    // The link waited for a free buffer: the pattern jumps by most of the pause.
+    const double gapMs = double(static_cast<const quint64*>(image.data)[0] - lastWord) / 250000.0;
+    QVERIFY2(gapMs > 200.0, qPrintable(QString::number(gapMs)));
+}
+
+void TestSimLink::replayCyclesThroughPregeneratedFrames()
+{
+    CxSimCameraConfig config = camera("replay", 400.0, 1024, 1024);
+    config.pacing = ExPacing::Replay;
+    config.replayFrames = 4;
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(selectCounterPattern(hCam));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    QElapsedTimer timer;
+    timer.start();
+    KS_IMG image;
+    QList<void*> pointers;
+    qint64 previous = -1;
+    for (quint32 n = 0; n < 20000; ++n) {
+        QVERIFY(grab(hCam, &image));
+        QCOMPARE(image.frameNumber, n);
+        const qint64 stamp = qint64(image.timestampSec) * 1000000 + image.timestampUsec;
+        QVERIFY(stamp > previous);
+        previous = stamp;
+        if (n < 8)
+            pointers.append(image.data);
+    }
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(pointers[4], pointers[0]);
+    QVERIFY(pointers[1] != pointers[0]);
+    QCOMPARE(sim(hCam)->counterValue(KS_CNT_TRANSFERRED), 20000);
+}
+
+QTEST_GUILESS_MAIN(TestSimLink)
+#include "tst_simlink.moc"
