@@ -1,0 +1,491 @@
+#include "CameraLineData.h"
+
+#include "PluginLog.h"
+
+#include <QTime>
+#include <algorithm>
+#include <cfloat>
+#include <cstring>
+#include <new>
+
+namespace {
+
+const char* const kSource = "plugins/kspDataThroughputGraph/CameraLineData";
+const char* const kSetupPrefix = "CxCameraLineData::setupCameraParameters(): %1";
+const char* const kTransportSpeedPrefix = "CxCameraLineData::readDefaultAvgTransportSpeed(): %1";
+const char* const kStartPrefix = "CxCameraLineData::startMeasurement(): %1";
+const char* const kStopPrefix = "CxCameraLineData::stopMeasurement(): %1";
+const char* const kThroughputLoopPrefix = "CxCameraLineData::runMeasureLoopThrougput(): %1";
+const char* const kAcquisitionLoopPrefix = "CxCameraLineData::runMeasureLoopAcquisition(): %1";
+const char* const kThreadPrefix = "CxAcquisitionThread::run(): %1";
+
+// Log line numbers are fixed so that log lines stay comparable across builds.
+enum : int
+{
+    kLineThreadRun = 31,
+    kLineStart = 250,
+    kLineStop = 281,
+    kLineReadDeviceUnit = 305,
+    kLineRestoreDeviceUnit = 321,
+    kLineThroughputLoop = 526,
+    kLineAcquisitionLoop = 612,
+};
+
+constexpr unsigned int kCaptureTimeoutMs = 5000;
+constexpr int kUnknownBufferSize = 32768;
+constexpr double kTicksPerUs = 250.0;
+
+// Microseconds since midnight now; 0 when the clock cannot say.
+qint64 wallClockReference()
+{
+    const QTime now = QTime::currentTime();
+    return now.isValid() ? qint64(now.msecsSinceStartOfDay()) * 1000 : 0;
+}
+
+bool getParam(KSCORE_HANDLE hCam, const char* name, int& value)
+{
+    return ksApi_GetParamInt(hCam, name, value, nullptr);
+}
+
+bool setParam(KSCORE_HANDLE hCam, const char* name, int value)
+{
+    return ksApi_SetParamInt(hCam, name, value, nullptr);
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------
+// Construction, store and counter table
+
+CxCameraLineData::CxFrameData::~CxFrameData()
+{
+    delete[] samples;
+}
+
+CxCameraLineData::CxCameraLineData()
+{
+    const QList<QPair<KS_COUNTER_SELECTOR, const char*>> table = {
+        {KS_CNT_TRANSPORT_SKIP, "Transport skip"},         {KS_CNT_API_SKIP, "API skip"},
+        {KS_CNT_TRANSFERRED, "Transferred"},               {KS_CNT_MISSED_TRG_OVERLAP, "Missed trg. overlap"},
+        {KS_CNT_MISSED_TRG_OVERFLOW, "Missed trg overflow"}, {KS_CNT_BUFFER_OVERFLOW, "Buffer overflow"},
+    };
+    for (const auto& [selector, name] : table)
+        counters.append(new CxCounterInfo{selector, false, 0, QString::fromLatin1(name)});
+}
+
+CxCameraLineData::~CxCameraLineData()
+{
+    if (acquisitionThread) {
+        acquisitionThread->quit();
+        acquisitionThread->wait();
+        delete acquisitionThread;
+    }
+    clearData();
+    qDeleteAll(counters);
+}
+
+void CxCameraLineData::clearData()
+{
+    qDeleteAll(frames);
+    frames.clear();
+    qDeleteAll(counterSamples);
+    counterSamples.clear();
+    delete[] speedsBuffer;
+    delete[] bufferDeltasBuffer;
+    delete[] offsetsBuffer;
+    speedsBuffer = nullptr;
+    bufferDeltasBuffer = nullptr;
+    offsetsBuffer = nullptr;
+    bufferCapacity = 0;
+}
+
+bool CxCameraLineData::isMeasurementRunning()
+{
+    QMutexLocker lock(&dataMutex);
+    return measurementRunning;
+}
+
+bool CxCameraLineData::AllocateBuffers(unsigned int count)
+{
+    if (measureMode != MeasureModeDataThroughput || count == bufferCapacity)
+        return true;
+    delete[] speedsBuffer;
+    delete[] bufferDeltasBuffer;
+    delete[] offsetsBuffer;
+    // A corrupt sample count must not take the application down with it.
+    speedsBuffer = new (std::nothrow) double[count];
+    bufferDeltasBuffer = new (std::nothrow) double[count];
+    offsetsBuffer = new (std::nothrow) quint64[count];
+    if (!speedsBuffer || !bufferDeltasBuffer || !offsetsBuffer) {
+        delete[] speedsBuffer;
+        delete[] bufferDeltasBuffer;
+        delete[] offsetsBuffer;
+        speedsBuffer = nullptr;
+        bufferDeltasBuffer = nullptr;
+        offsetsBuffer = nullptr;
+        bufferCapacity = 0;
+        return false;
+    }
+    bufferCapacity = count;
+    return true;
+}
+
+bool CxCameraLineData::IsCounterSupported(KS_COUNTER_SELECTOR selector) const
+{
+    for (const CxCounterInfo* counter : counters)
+        if (counter->selector == selector)
+            return counter->supported;
+    return false;
+}
+
+int CxCameraLineData::GetCounterValue(KS_COUNTER_SELECTOR selector)
+{
+    QMutexLocker lock(&dataMutex);
+    for (const CxCounterInfo* counter : std::as_const(counters))
+        if (counter->selector == selector)
+            return counter->value;
+    return 0;
+}
+
+// ---------------------------------------------------------------------------------------
+// Camera preparation and restore
+
+bool CxCameraLineData::setupCameraParameters()
+{
+    auto fail = [](int line, const char* what) {
+        logCritical(kSource, line, kSetupPrefix, QString::fromLatin1(what));
+        return false;
+    };
+
+    if (measureMode == MeasureModeStandardAcquisition) {
+        for (CxCounterInfo* counter : std::as_const(counters))
+            counter->supported = setParam(hCam, "counter_selector:settable", counter->selector);
+        getParam(hCam, "buffer_policy", savedBufferPolicy);
+        if (setParam(hCam, "buffer_policy", 0))
+            return true;
+        return fail(460, "ksApi_SetParamInt(KS_PRM_BUFFER_POLICY, KS_BP_UNSAFE) failed");
+    }
+    if (measureMode != MeasureModeDataThroughput)
+        return fail(466, "Unknown measurement mode");
+
+    getParam(hCam, "imgdataformat", savedImgDataFormat);
+    getParam(hCam, "output_bit_depth", savedOutputBitDepth);
+    getParam(hCam, "output_bit_packing", savedOutputBitPacking);
+    getParam(hCam, "buffer_policy", savedBufferPolicy);
+    getParam(hCam, "column_fpn_correction", savedColumnFpnCorrection);
+    getParam(hCam, "row_fpn_correction", savedRowFpnCorrection);
+    getParam(hCam, "LUTEnable", savedLutEnable);
+
+    if (!setParam(hCam, "buffer_policy", 0))
+        return fail(359, "ksApi_SetParamInt(KS_PRM_BUFFER_POLICY, KS_BP_UNSAFE) failed");
+    if (!setParam(hCam, "imgdataformat", 7))
+        return fail(364, "ksApi_SetParamInt(KS_PRM_IMAGE_DATA_FORMAT, KS_FRM_TRANSPORT_DATA) failed");
+    if (!setParam(hCam, "output_bit_depth", 16))
+        return fail(369, "ksApi_SetParamInt(KS_PRM_OUTPUT_DATA_BIT_DEPTH) failed");
+    if (!setParam(hCam, "output_bit_packing", 0))
+        return fail(374, "ksApi_SetParamInt(KS_PRM_OUTPUT_DATA_PACKING, 0) failed");
+    setParam(hCam, "column_fpn_correction", 0);
+    setParam(hCam, "row_fpn_correction", 0);
+    setParam(hCam, "LUTEnable", 0);
+
+    if (!getParam(hCam, "test_pattern_generator_selector", savedTestPatternGeneratorSelector))
+        return fail(385, "ksApi_GetParamInt(KS_PRM_TEST_PATTERN_GENERATOR_SELECTOR) failed");
+    if (!setParam(hCam, "test_pattern_generator_selector", 1))
+        return fail(390, "ksApi_SetParamInt(KS_PRM_TEST_PATTERN_GENERATOR_SELECTOR, KS_TESTPAT_GEN_FPGA) failed");
+    if (!getParam(hCam, "test_pattern", savedTestPattern))
+        return fail(395, "ksApi_GetParamInt(KS_PRM_TEST_PATTERN) failed");
+    if (!setParam(hCam, "test_pattern", 11))
+        return fail(400, "ksApi_SetParamInt(KS_PRM_TEST_PATTERN, KS_TESTPAT_DEVICE_SPEC_COUNTER) failed");
+
+    // The frame buffer would smooth out exactly the link behaviour we want to see. All three
+    // queries are always asked; a camera that lacks one keeps its buffer as it is.
+    frameBufferModeChanged = false;
+    const bool unitSettable = setParam(hCam, "dp_unit_selector:settable", 1);
+    const bool processSettable = setParam(hCam, "dp_proc_selector:settable", 5);
+    const bool parameterSettable = setParam(hCam, "dp_param_selector:settable", 6);
+    if (unitSettable && processSettable && parameterSettable) {
+        if (!setParam(hCam, "dp_unit_selector", 1))
+            return fail(415, "ksApi_SetParamInt(KS_PRM_DP_UNIT_SELECTOR, KS_DP_UNIT_FPGA) failed");
+        if (!setParam(hCam, "dp_proc_selector", 5))
+            return fail(420, "ksApi_SetParamInt(KS_PRM_DP_PROC_SELECTOR, KS_DP_PROC_FRAME_BUFFER) failed");
+        if (!setParam(hCam, "dp_param_selector", 6))
+            return fail(425, "ksApi_SetParamInt(KS_PRM_DP_PARAM_SELECTOR, KS_DP_PARAM_FRAMEBUF_MODE) failed");
+        if (!setParam(hCam, "dp_param_value", 9))
+            return fail(430,
+                        "ksApi_SetParamInt(KS_PRM_DP_PARAM_VALUE, KS_DP_PARAM_VALUE_FRAMEBUF_MODE_DISABLED) failed");
+        frameBufferModeChanged = true;
+    }
+
+    if (setParam(hCam, "device_unit_selector", 1) && setParam(hCam, "device_unit_register_selector", 55)
+        && setParam(hCam, "device_unit_register_value", 25000))
+        deviceRegisterChanged = true;
+
+    cameraBufferSize = readInternalCameraBufferSize();
+    return true;
+}
+
+void CxCameraLineData::restoreCameraParameters()
+{
+    if (measureMode == MeasureModeStandardAcquisition) {
+        setParam(hCam, "buffer_policy", savedBufferPolicy);
+        return;
+    }
+    if (measureMode != MeasureModeDataThroughput)
+        return;
+    if (deviceRegisterChanged) {
+        setParam(hCam, "device_unit_selector", 1);
+        setParam(hCam, "device_unit_register_selector", 55);
+        setParam(hCam, "device_unit_register_value", 1);
+    }
+    setParam(hCam, "test_pattern", savedTestPattern);
+    setParam(hCam, "test_pattern_generator_selector", savedTestPatternGeneratorSelector);
+    setParam(hCam, "output_bit_packing", savedOutputBitPacking);
+    setParam(hCam, "output_bit_depth", savedOutputBitDepth);
+    setParam(hCam, "imgdataformat", savedImgDataFormat);
+    setParam(hCam, "buffer_policy", savedBufferPolicy);
+    setParam(hCam, "column_fpn_correction", savedColumnFpnCorrection);
+    setParam(hCam, "row_fpn_correction", savedRowFpnCorrection);
+    setParam(hCam, "LUTEnable", savedLutEnable);
+    // The selectors are deliberately not written again: the value goes to whatever
+    // data-processing parameter is selected now, as the camera expects it.
+    if (frameBufferModeChanged)
+        setParam(hCam, "dp_param_value", 10);
+}
+
+void CxCameraLineData::readDefaultAvgTransportSpeed()
+{
+    int savedUnit = 0;
+    int savedRegister = 0;
+    if (!getParam(hCam, "device_unit_selector", savedUnit)
+        || !getParam(hCam, "device_unit_register_selector", savedRegister))
+        logCritical(kSource, kLineReadDeviceUnit, kTransportSpeedPrefix,
+                    QStringLiteral("Failed to read current device unit confiuration"));
+
+    if (setParam(hCam, "device_unit_selector", 8) && setParam(hCam, "device_unit_register_selector", 4096)) {
+        int speed = -1;
+        if (getParam(hCam, "device_unit_register_value", speed) && speed > 0)
+            requiredThroughput = speed;
+    }
+
+    if (!setParam(hCam, "device_unit_selector", savedUnit)
+        || !setParam(hCam, "device_unit_register_selector", savedRegister))
+        logCritical(kSource, kLineRestoreDeviceUnit, kTransportSpeedPrefix,
+                    QStringLiteral("Failed to change back current device unit configuration"));
+}
+
+int CxCameraLineData::readInternalCameraBufferSize()
+{
+    // Selecting the parameter alone relies on the camera's unit and process selection.
+    if (!setParam(hCam, "dp_param_selector", 7))
+        return kUnknownBufferSize;
+    int size = 0;
+    if (!getParam(hCam, "dp_param_value", size))
+        return kUnknownBufferSize;
+    return size;
+}
+
+// ---------------------------------------------------------------------------------------
+// Run control
+
+bool CxCameraLineData::startMeasurement(unsigned int period, int capacity)
+{
+    QMutexLocker lock(&dataMutex);
+    if (!hCam || measurementRunning)
+        return false;
+    if (autoTransport)
+        readDefaultAvgTransportSpeed();
+    if (!setupCameraParameters()) {
+        restoreCameraParameters();
+        return false;
+    }
+    samplePeriod = period;
+    maxSamples = capacity;
+    setParam(hCam, "ts_rst_mode", 0);
+    setParam(hCam, "ts_rst_source", 19);
+    if (!ksApi_StartAcquisition(hCam)) {
+        logCritical(kSource, kLineStart, kStartPrefix, QStringLiteral("ksApi_StartAcquisition failed"));
+        restoreCameraParameters();
+        return false;
+    }
+    measurementRunning = true;
+    stopRequested = false;
+    acquisitionThread = new CxAcquisitionThread(this, measureMode);
+    acquisitionThread->start();
+    return true;
+}
+
+bool CxCameraLineData::stopMeasurement()
+{
+    if (!measurementRunning)
+        return false;
+    // Claiming the flag in one step makes a concurrent second stop lose, never both win.
+    bool alreadyStopping = false;
+    if (!stopRequested.compare_exchange_strong(alreadyStopping, true))
+        return false;
+    if (acquisitionThread) {
+        // The camera still acquires here, so the worker's pending capture completes.
+        acquisitionThread->wait();
+        delete acquisitionThread;
+        acquisitionThread = nullptr;
+    }
+    QMutexLocker lock(&dataMutex);
+    if (ksApi_StopAcquisition(hCam) != 0)
+        logCritical(kSource, kLineStop, kStopPrefix, QStringLiteral("ksApi_StopAcquisition failed"));
+    restoreCameraParameters();
+    measurementRunning = false;
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------
+// Capture loops (worker thread)
+
+void CxCameraLineData::resetFrameTimes()
+{
+    QMutexLocker lock(&dataMutex);
+    frameTimeAvg = 0.0;
+    frameTimeCount = 0;
+    frameTimeMin = DBL_MAX;
+    frameTimeMax = DBL_MIN;
+}
+
+// Caller holds dataMutex.
+void CxCameraLineData::addFrameTime(double microseconds)
+{
+    frameTimeCount += 1;
+    const double n = double(frameTimeCount);
+    frameTimeAvg = (1.0 - 1.0 / n) * frameTimeAvg + (1.0 / n) * microseconds;
+    if (microseconds > frameTimeMax)
+        frameTimeMax = microseconds;
+    if (microseconds < frameTimeMin)
+        frameTimeMin = microseconds;
+}
+
+bool CxCameraLineData::captureImage(KS_IMG* image, int logLine, const char* logPrefix)
+{
+    std::memset(image, 0, sizeof(KS_IMG));
+    image->size = sizeof(KS_IMG);
+    if (ksApi_GetImage(hCam, kCaptureTimeoutMs, image, nullptr, true) && image->data)
+        return true;
+    logCritical(kSource, logLine, logPrefix, QStringLiteral("ksApi_GetImage failed to capture image"));
+    return false;
+}
+
+void CxCameraLineData::runMeasureLoopThrougput()
+{
+    const qint64 reference = wallClockReference();
+    resetFrameTimes();
+    if (stopRequested)
+        return;
+    const quint32 stride = samplePeriod / 8;
+    do {
+        KS_IMG image;
+        if (!captureImage(&image, kLineThroughputLoop, kThroughputLoopPrefix))
+            continue;
+        if (stride == 0) {
+            logCritical(kSource, kLineThroughputLoop, kThroughputLoopPrefix,
+                        QStringLiteral("Sample period of %1 bytes is shorter than one sample; image skipped")
+                            .arg(samplePeriod));
+            continue;
+        }
+        // Pixels of 2 bytes, in 32-bit arithmetic as the camera reports the size.
+        const quint32 words = quint32(image.width * image.height * 2u) / 8u;
+        const quint64 sampleCount = words / stride;
+        if (sampleCount == 0) {
+            logCritical(kSource, kLineThroughputLoop, kThroughputLoopPrefix,
+                        QStringLiteral("Image of %1 x %2 pixels holds no sample of %3 bytes; image skipped")
+                            .arg(image.width)
+                            .arg(image.height)
+                            .arg(samplePeriod));
+            continue;
+        }
+        auto* frame = new CxFrameData;
+        frame->samples = new quint64[sampleCount];
+        const auto* data = static_cast<const quint64*>(image.data);
+        for (quint64 i = 0; i < sampleCount; ++i)
+            frame->samples[i] = data[i * stride];
+        frame->sampleSpan = frame->samples[sampleCount - 1] - frame->samples[0];
+        frame->frameNumber = image.frameNumber;
+        frame->timestamp = qint64(image.timestampSec) * 1000000 + qint64(image.timestampUsec) + reference;
+        frame->sampleCount = sampleCount;
+
+        QMutexLocker lock(&dataMutex);
+        addFrameTime(double(frame->sampleSpan) / kTicksPerUs);
+        frames.append(frame);
+        // A negative capacity (a hand-edited setting) keeps just the newest frame.
+        const qint64 keep = qint64(std::max(maxSamples, 0)) / qint64(sampleCount);
+        for (qint64 excess = qint64(frames.size()) - 1 - keep; excess > 0; --excess)
+            delete frames.takeFirst();
+    } while (!stopRequested);
+}
+
+void CxCameraLineData::ReadCounterValues()
+{
+    for (CxCounterInfo* counter : std::as_const(counters)) {
+        if (!counter->supported || !setParam(hCam, "counter_selector", counter->selector))
+            continue;
+        int value = 0;
+        if (getParam(hCam, "counter_value", value)) {
+            // The camera is read outside the lock; only the hand-over to readers takes it.
+            QMutexLocker lock(&dataMutex);
+            counter->value = value;
+        }
+    }
+}
+
+void CxCameraLineData::runMeasureLoopAcquisition()
+{
+    const qint64 reference = wallClockReference();
+    resetFrameTimes();
+    if (stopRequested)
+        return;
+    qint64 previousTimestamp = 0;
+    do {
+        KS_IMG image;
+        if (!captureImage(&image, kLineAcquisitionLoop, kAcquisitionLoopPrefix))
+            continue;
+        const qint64 timestamp = qint64(image.timestampSec) * 1000000 + qint64(image.timestampUsec) + reference;
+        ReadCounterValues();
+        auto* record = new CxCounterData;
+        record->frameNumber = image.frameNumber;
+        record->timestamp = timestamp;
+        record->transportSkip = GetCounterValue(KS_CNT_TRANSPORT_SKIP);
+        record->apiSkip = GetCounterValue(KS_CNT_API_SKIP);
+        record->missedTrgOverlap = GetCounterValue(KS_CNT_MISSED_TRG_OVERLAP);
+        record->missedTrgOverflow = GetCounterValue(KS_CNT_MISSED_TRG_OVERFLOW);
+        record->bufferOverflow = GetCounterValue(KS_CNT_BUFFER_OVERFLOW);
+
+        QMutexLocker lock(&dataMutex);
+        counterSamples.append(record);
+        if (previousTimestamp > 0)
+            addFrameTime(double(timestamp - previousTimestamp));
+        for (qint64 excess = qint64(counterSamples.size()) - (qint64(std::max(maxSamples, 0)) + 1); excess > 0;
+             --excess)
+            delete counterSamples.takeFirst();
+        previousTimestamp = timestamp;
+    } while (!stopRequested);
+}
+
+// ---------------------------------------------------------------------------------------
+// Worker thread
+
+CxAcquisitionThread::CxAcquisitionThread(CxCameraLineData* line, MeasureMode runMode)
+    : QThread(nullptr), lineData(line), mode(runMode)
+{
+}
+
+CxAcquisitionThread::~CxAcquisitionThread() = default;
+
+void CxAcquisitionThread::run()
+{
+    switch (mode) {
+    case MeasureModeDataThroughput:
+        lineData->runMeasureLoopThrougput();
+        break;
+    case MeasureModeStandardAcquisition:
+        lineData->runMeasureLoopAcquisition();
+        break;
+    default:
+        logCritical(kSource, kLineThreadRun, kThreadPrefix, QStringLiteral("Unknown measurement mode selected"));
+        break;
+    }
+}

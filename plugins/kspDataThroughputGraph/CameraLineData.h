@@ -1,0 +1,182 @@
+// The measurement engine of one camera: the settings of a run, its sample stores and
+// statistics, the camera parameters saved for restore, and the worker thread that captures.
+//
+// Threads and locks:
+// - The GUI thread creates and deletes the object, starts and stops runs, writes the
+//   settings fields between runs and reads the stores (graph series, CSV export).
+// - CxAcquisitionThread runs one capture loop per run. It captures, samples and reads the
+//   camera's counters outside any lock, and takes `dataMutex` only to append a record,
+//   update the frame-time statistics and trim the store. It emits no signals: the form
+//   polls on its refresh timer.
+// - `dataMutex` (non-recursive) guards the stores, the statistics and the run state. The
+//   GUI thread holds it for the whole of startMeasurement and for the camera stop and
+//   restore in stopMeasurement, and while it computes graph series or exports.
+//   GetCounterValue takes it itself, so never call it with the mutex held.
+// - `stopRequested` is set by the GUI thread and read by the worker without the mutex once
+//   per captured image; stopMeasurement waits for the worker before it stops the camera.
+#pragma once
+
+#include "ksApi.h"
+
+#include <QList>
+#include <QMutex>
+#include <QString>
+#include <QThread>
+#include <atomic>
+
+class QCPGraph;
+class QCPRange;
+class QWidget;
+class CxAcquisitionThread;
+
+// What a run measures. Values other than these two are refused where a mode is acted on.
+enum MeasureMode : int
+{
+    MeasureModeDataThroughput = 0,
+    MeasureModeStandardAcquisition = 1,
+};
+
+class CxCameraLineData
+{
+public:
+    // One throughput frame: the sampled words of an image of the counter pattern.
+    class CxFrameData
+    {
+    public:
+        CxFrameData() = default;
+        ~CxFrameData();
+        CxFrameData(const CxFrameData&) = delete;
+        CxFrameData& operator=(const CxFrameData&) = delete;
+
+        // Per sample i >= 1: the link speed since sample i-1 (MB/s), what the camera's
+        // buffer gains meanwhile against `requiredThroughput` (bytes) and the sample's
+        // offset from the frame's first sample (microseconds). Null outputs are skipped.
+        // Returns the entries written: sampleCount - 1, or 0.
+        unsigned int calculateFrameSpeeds(unsigned int samplePeriod, double requiredThroughput, double* speeds,
+                                          double* bufferDeltas, unsigned long long* offsets) const;
+
+        quint32 frameNumber = 0;
+        qint64 timestamp = 0;        // microseconds since midnight
+        quint64* samples = nullptr;  // owned
+        quint64 sampleCount = 0;
+        quint64 sampleSpan = 0;      // last minus first sample, ticks of 4 ns
+    };
+
+    // One acquisition frame: the camera's counters when it arrived.
+    struct CxCounterData
+    {
+        quint32 frameNumber = 0;
+        qint64 timestamp = 0;
+        qint32 transportSkip = 0;
+        qint32 apiSkip = 0;
+        qint32 missedTrgOverlap = 0;
+        qint32 missedTrgOverflow = 0;
+        qint32 bufferOverflow = 0;
+    };
+
+    // One camera counter.
+    struct CxCounterInfo
+    {
+        KS_COUNTER_SELECTOR selector = KS_CNT_TRANSPORT_SKIP;
+        bool supported = false;
+        int value = 0;
+        QString name;
+    };
+
+    CxCameraLineData();
+    // Waits for a running worker without stopping it: call stopMeasurement() first.
+    ~CxCameraLineData();
+    CxCameraLineData(const CxCameraLineData&) = delete;
+    CxCameraLineData& operator=(const CxCameraLineData&) = delete;
+
+    // Store and counter table.
+    void clearData();
+    bool isMeasurementRunning();
+    bool AllocateBuffers(unsigned int count);
+    bool IsCounterSupported(KS_COUNTER_SELECTOR selector) const;
+    int GetCounterValue(KS_COUNTER_SELECTOR selector);
+
+    // Camera preparation and restore (GUI thread).
+    bool setupCameraParameters();
+    void restoreCameraParameters();
+    void readDefaultAvgTransportSpeed();
+    int readInternalCameraBufferSize();
+
+    // Run control (GUI thread).
+    bool startMeasurement(unsigned int samplePeriod, int maxSamples);
+    bool stopMeasurement();
+
+    // Capture loops (worker thread).
+    void runMeasureLoopThrougput();
+    void runMeasureLoopAcquisition();
+    void ReadCounterValues();
+
+    // Graph series for a visible time range (GUI thread, under dataMutex).
+    bool calculateGraphsThrougput(QCPGraph* minThroughputGraph, QCPGraph* bufferLevelGraph,
+                                  const QCPRange* timeRange, long long start, long long end, double msPerPixel);
+    bool calculateGraphsAcquisition(QCPGraph* graph0, QCPGraph* graph1, QCPGraph* graph3, QCPGraph* graph4,
+                                    QCPGraph* graph5, const QCPRange* timeRange, long long start, long long end,
+                                    double msPerPixel);
+
+    // CSV report of the throughput samples in [start, end] (GUI thread).
+    void exportDataToFile(const QString& fileName, QWidget* parent, long long start, long long end);
+
+    KSCORE_HANDLE hCam = nullptr;
+    QString cameraName;
+    MeasureMode measureMode = MeasureModeDataThroughput;
+    QList<CxFrameData*> frames;
+    QList<CxCounterData*> counterSamples;
+    QList<CxCounterInfo*> counters;
+    quint32 samplePeriod = 4096;
+    qint32 maxSamples = 3000000;
+    qint32 cameraBufferSize = 0;
+    bool plotEnabled = true;
+    double* speedsBuffer = nullptr;
+    double* bufferDeltasBuffer = nullptr;
+    quint64* offsetsBuffer = nullptr;
+    qint32 requiredThroughput = 0;
+    bool autoTransport = true;
+    double frameTimeAvg = 0.0;
+    double frameTimeMax = 2.2250738585072014e-308;
+    double frameTimeMin = 1.7976931348623157e308;
+    quint64 frameTimeCount = 0;
+    quint64 bufferCapacity = 0;
+    int savedImgDataFormat = 0;
+    int savedOutputBitDepth = 0;
+    int savedOutputBitPacking = 0;
+    int savedBufferPolicy = 0;
+    int savedColumnFpnCorrection = 0;
+    int savedRowFpnCorrection = 0;
+    int savedLutEnable = 0;
+    int savedTestPatternGeneratorSelector = 0;
+    int savedTestPattern = 0;
+    bool frameBufferModeChanged = false;
+    bool deviceRegisterChanged = false;
+    double avgThroughput = 0.0;
+    double minThroughput = 0.0;
+    double maxBufferLevel = 0.0;
+    quint64 bufferOverflowCount = 0;
+    QMutex dataMutex;
+    std::atomic<bool> measurementRunning{false};
+    std::atomic<bool> stopRequested{false};
+    CxAcquisitionThread* acquisitionThread = nullptr;
+
+private:
+    void resetFrameTimes();
+    void addFrameTime(double microseconds);
+    bool captureImage(KS_IMG* image, int logLine, const char* logPrefix);
+};
+
+// The worker of one run: runs the capture loop of its mode on its camera line.
+class CxAcquisitionThread : public QThread
+{
+public:
+    CxAcquisitionThread(CxCameraLineData* lineData, MeasureMode mode);
+    ~CxAcquisitionThread() override;
+
+    CxCameraLineData* lineData;
+    MeasureMode mode;
+
+protected:
+    void run() override;
+};

@@ -1,0 +1,413 @@
+// Measurement runs against simulated cameras: the store and its capacity, the run's
+// lifecycle and threads, and the statistics the capture loops keep.
+
+#include "EngineTestSupport.h"
+
+#include <QElapsedTimer>
+#include <QThread>
+#include <QtTest>
+#include <cfloat>
+#include <memory>
+
+using namespace enginetest;
+using namespace simtest;
+
+namespace {
+
+int storedFrames(CxCameraLineData* line)
+{
+    QMutexLocker lock(&line->dataMutex);
+    return line->frames.size();
+}
+
+int storedRecords(CxCameraLineData* line)
+{
+    QMutexLocker lock(&line->dataMutex);
+    return line->counterSamples.size();
+}
+
+// Lets a run capture until the camera has delivered `images`.
+bool runUntilDelivered(CxCameraLineData* line, quint64 images, int timeoutMs = 30000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (sim(line->hCam)->capturesDelivered() < images) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        QThread::msleep(2);
+    }
+    return line->stopMeasurement();
+}
+
+} // namespace
+
+class TestMeasurement : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { closeAll(); }
+
+    // Store and capacity
+    void newLineIsIdleWithSixCounters();
+    void allocateBuffersOnlyWhenTheCountChanges();
+    void clearDataEmptiesEverything();
+    void framesHoldOneSamplePerPeriod();
+    void throughputStoreKeepsCapacityPlusOneFrame();
+    void acquisitionStoreKeepsCapacityPlusOneRecord();
+    void aNewRunAppendsToThePreviousOne();
+
+    // Run lifecycle and threads
+    void startIsRefusedWithoutCameraOrWhileRunning();
+    void stopWhenIdleOrAlreadyStoppingIsRefused();
+    void failedStartRestoresTheCamera();
+    void failedStopStillRestores();
+    void workerWaitsForTheMutexAndGoesOn();
+    void tooShortSamplePeriodSkipsImagesSafely();
+    void imageSmallerThanOneSamplePeriodIsSkipped();
+    void unknownModeInTheWorkerEndsAtOnce();
+    void captureTimeoutsLeaveTheStoreAndLogOncePerTimeout();
+
+    // Statistics
+    void throughputMatchesTheLinkRate_data();
+    void throughputMatchesTheLinkRate();
+    void acquisitionRecordsTheCountersTheCameraDrives();
+};
+
+void TestMeasurement::newLineIsIdleWithSixCounters()
+{
+    CxCameraLineData line;
+    QVERIFY(!line.isMeasurementRunning());
+    QCOMPARE(line.counters.size(), 6);
+    const QStringList names = {"Transport skip",      "API skip",           "Transferred",
+                               "Missed trg. overlap", "Missed trg overflow", "Buffer overflow"};
+    for (int i = 0; i < 6; ++i) {
+        QCOMPARE(int(line.counters[i]->selector), i);
+        QCOMPARE(line.counters[i]->name, names[i]);
+        QVERIFY(!line.counters[i]->supported);
+        QCOMPARE(line.GetCounterValue(KS_COUNTER_SELECTOR(i)), 0);
+    }
+    QCOMPARE(line.GetCounterValue(KS_COUNTER_SELECTOR(6)), 0);
+    QVERIFY(!line.IsCounterSupported(KS_COUNTER_SELECTOR(6)));
+    QCOMPARE(line.samplePeriod, 4096u);
+    QCOMPARE(line.maxSamples, 3000000);
+    QCOMPARE(line.frameTimeMax, DBL_MIN);
+    QCOMPARE(line.frameTimeMin, DBL_MAX);
+    QVERIFY(line.autoTransport && line.plotEnabled);
+}
+
+void TestMeasurement::allocateBuffersOnlyWhenTheCountChanges()
+{
+    CxCameraLineData line;
+    QVERIFY(line.AllocateBuffers(511));
+    double* speeds = line.speedsBuffer;
+    QVERIFY(speeds && line.bufferDeltasBuffer && line.offsetsBuffer);
+    QCOMPARE(line.bufferCapacity, quint64(511));
+    QVERIFY(line.AllocateBuffers(511));
+    QCOMPARE(line.speedsBuffer, speeds);
+    QVERIFY(line.AllocateBuffers(100));
+    QCOMPARE(line.bufferCapacity, quint64(100));
+
+    CxCameraLineData acquisition;
+    acquisition.measureMode = MeasureModeStandardAcquisition;
+    QVERIFY(acquisition.AllocateBuffers(511));
+    QCOMPARE(acquisition.speedsBuffer, nullptr);
+    QCOMPARE(acquisition.bufferCapacity, quint64(0));
+}
+
+void TestMeasurement::clearDataEmptiesEverything()
+{
+    CxCameraLineData line;
+    line.clearData();
+    QVERIFY(line.frames.isEmpty() && line.counterSamples.isEmpty());
+    QCOMPARE(line.bufferCapacity, quint64(0));
+    line.frames.append(new CxCameraLineData::CxFrameData);
+    line.frames.last()->samples = new quint64[4];
+    line.counterSamples.append(new CxCameraLineData::CxCounterData);
+    QVERIFY(line.AllocateBuffers(3));
+    line.clearData();
+    QVERIFY(line.frames.isEmpty() && line.counterSamples.isEmpty());
+    QCOMPARE(line.speedsBuffer, nullptr);
+    QCOMPARE(line.offsetsBuffer, nullptr);
+    QCOMPARE(line.bufferCapacity, quint64(0));
+}
+
+void TestMeasurement::framesHoldOneSamplePerPeriod()
+{
+    KSCORE_HANDLE hCam = open(camera("samples", 400.0, 1024, 1024));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QVERIFY(line->startMeasurement(4096, 3000000));
+    QVERIFY(line->isMeasurementRunning());
+    QVERIFY(sim(hCam)->isPatternActive());
+    QVERIFY(runUntilDelivered(line.get(), 5));
+    QVERIFY(!line->isMeasurementRunning());
+    QVERIFY(!sim(hCam)->isAcquiring());
+    QVERIFY(storedFrames(line.get()) >= 5);
+    quint32 previousNumber = 0;
+    for (int i = 0; i < line->frames.size(); ++i) {
+        const CxCameraLineData::CxFrameData* frame = line->frames[i];
+        QCOMPARE(frame->sampleCount, quint64(512));
+        QCOMPARE(frame->sampleSpan, frame->samples[511] - frame->samples[0]);
+        // 512 words of 8 bytes at 400 MB/s apart.
+        QCOMPARE(frame->samples[1] - frame->samples[0], quint64(512 * 5));
+        if (i > 0)
+            QCOMPARE(frame->frameNumber, previousNumber + 1);
+        previousNumber = frame->frameNumber;
+    }
+    // Camera time reset at start plus the wall clock at loop start: today's time of day.
+    const qint64 nowUs = qint64(QTime::currentTime().msecsSinceStartOfDay()) * 1000;
+    QVERIFY(std::llabs(line->frames.first()->timestamp - nowUs) < 60LL * 1000000);
+}
+
+void TestMeasurement::throughputStoreKeepsCapacityPlusOneFrame()
+{
+    CxSimCameraConfig config = camera("capacity", 400.0, 1024, 1024);
+    config.pacing = ExPacing::Replay;
+    config.replayFrames = 2;
+    KSCORE_HANDLE hCam = open(config);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QVERIFY(line->startMeasurement(4096, 3000000));
+    QVERIFY(runUntilDelivered(line.get(), 6000));
+    QCOMPARE(storedFrames(line.get()), 5860); // 3000000 / 512 = 5859, plus one
+    // Oldest dropped first: the store ends with the newest frames in order.
+    QCOMPARE(line->frames.last()->frameNumber - line->frames.first()->frameNumber, 5859u);
+}
+
+void TestMeasurement::acquisitionStoreKeepsCapacityPlusOneRecord()
+{
+    KSCORE_HANDLE hCam = open(camera("acqcapacity", 400.0, 128, 128));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureModeStandardAcquisition));
+    QVERIFY(line->startMeasurement(4096, 10));
+    QVERIFY(runUntilDelivered(line.get(), 40));
+    QCOMPARE(storedRecords(line.get()), 11);
+    QCOMPARE(line->samplePeriod, 4096u); // stored although the mode does not use it
+}
+
+void TestMeasurement::aNewRunAppendsToThePreviousOne()
+{
+    KSCORE_HANDLE hCam = open(camera("append", 400.0, 256, 256));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QVERIFY(line->startMeasurement(4096, 3000000));
+    QVERIFY(runUntilDelivered(line.get(), 10));
+    const int first = storedFrames(line.get());
+    QVERIFY(line->startMeasurement(4096, 3000000));
+    QVERIFY(runUntilDelivered(line.get(), 10));
+    QVERIFY(storedFrames(line.get()) >= first + 10);
+}
+
+void TestMeasurement::startIsRefusedWithoutCameraOrWhileRunning()
+{
+    CxCameraLineData orphan;
+    QVERIFY(!orphan.startMeasurement(4096, 1000));
+    QVERIFY(!orphan.isMeasurementRunning());
+
+    KSCORE_HANDLE hCam = open(camera("twice", 400.0, 256, 256));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QVERIFY(line->startMeasurement(4096, 1000));
+    sim(hCam)->clearCallLog();
+    QThread* worker = line->acquisitionThread;
+    QVERIFY(!line->startMeasurement(8192, 5));
+    QCOMPARE(calls(hCam), QStringList()); // nothing reached the camera
+    QCOMPARE(line->acquisitionThread, worker);
+    QCOMPARE(line->samplePeriod, 4096u);
+    QVERIFY(line->stopMeasurement());
+}
+
+void TestMeasurement::stopWhenIdleOrAlreadyStoppingIsRefused()
+{
+    CxSimCameraConfig config = camera("slowstop", 2.0, 512, 512); // half a MiB takes 0.26 s
+    config.pacing = ExPacing::RealTime;
+    KSCORE_HANDLE hCam = open(config);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QVERIFY(!line->stopMeasurement());
+    QVERIFY(line->startMeasurement(4096, 1000));
+    bool secondResult = true;
+    QThread* second = QThread::create([&] {
+        while (!line->stopRequested)
+            QThread::yieldCurrentThread();
+        secondResult = line->stopMeasurement();
+    });
+    second->start();
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(line->stopMeasurement());
+    QVERIFY(second->wait(10000));
+    delete second;
+    QVERIFY(!secondResult);
+    QVERIFY(timer.elapsed() < 5000); // within the capture time-out
+    QVERIFY(!line->stopMeasurement());
+    QVERIFY(line->stopRequested); // stays set until the next start
+}
+
+void TestMeasurement::failedStartRestoresTheCamera()
+{
+    KSCORE_HANDLE hCam = open(camera("nostart", 400.0, 256, 256));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    sim(hCam)->refuseStart(1);
+    CxCriticalLog log;
+    sim(hCam)->clearCallLog();
+    QVERIFY(!line->startMeasurement(4096, 1000));
+    QVERIFY(!line->isMeasurementRunning());
+    QCOMPARE(line->acquisitionThread, nullptr);
+    QVERIFY(log.contains(250, QStringLiteral("CxCameraLineData::startMeasurement(): ksApi_StartAcquisition failed")));
+    const QStringList all = calls(hCam);
+    const int start = all.indexOf(QStringLiteral("start"));
+    QCOMPARE(all.mid(start - 2, 2), QStringList({"set ts_rst_mode 0", "set ts_rst_source 19"}));
+    QCOMPARE(all.mid(start + 1, 3), QStringList({"set device_unit_selector 1", "set device_unit_register_selector 55",
+                                                 "set device_unit_register_value 1"}));
+    QCOMPARE(all.last(), QStringLiteral("set dp_param_value 10"));
+    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
+}
+
+void TestMeasurement::failedStopStillRestores()
+{
+    KSCORE_HANDLE hCam = open(camera("nostop", 400.0, 256, 256));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QVERIFY(line->startMeasurement(4096, 1000));
+    sim(hCam)->failStop(1);
+    CxCriticalLog log;
+    sim(hCam)->clearCallLog();
+    QVERIFY(line->stopMeasurement());
+    QVERIFY(!line->isMeasurementRunning());
+    QVERIFY(log.contains(281, QStringLiteral("CxCameraLineData::stopMeasurement(): ksApi_StopAcquisition failed")));
+    QCOMPARE(calls(hCam).first(), QStringLiteral("stop"));
+    QCOMPARE(calls(hCam).last(), QStringLiteral("set dp_param_value 10"));
+    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("test_pattern")), 0);
+}
+
+void TestMeasurement::workerWaitsForTheMutexAndGoesOn()
+{
+    KSCORE_HANDLE hCam = open(camera("locked", 400.0, 256, 256));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QVERIFY(line->startMeasurement(4096, 3000000));
+    QTRY_VERIFY_WITH_TIMEOUT(storedFrames(line.get()) > 3, 10000);
+    line->dataMutex.lock();
+    const int held = line->frames.size();
+    const quint64 delivered = sim(hCam)->capturesDelivered();
+    QThread::msleep(100);
+    // The worker captured one more image and now waits to append it.
+    QVERIFY(sim(hCam)->capturesDelivered() <= delivered + 1);
+    QCOMPARE(line->frames.size(), held);
+    line->dataMutex.unlock();
+    QTRY_VERIFY_WITH_TIMEOUT(storedFrames(line.get()) > held + 3, 10000);
+    QVERIFY(line->stopMeasurement());
+}
+
+void TestMeasurement::tooShortSamplePeriodSkipsImagesSafely()
+{
+    KSCORE_HANDLE hCam = open(camera("tiny", 400.0, 64, 64));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    CxCriticalLog log;
+    QVERIFY(line->startMeasurement(4, 1000));
+    QVERIFY(runUntilDelivered(line.get(), 20));
+    QCOMPARE(storedFrames(line.get()), 0);
+    const int delivered = int(sim(hCam)->capturesDelivered());
+    QCOMPARE(log.messages().size(), delivered); // one line per skipped image
+    QVERIFY(log.contains(526, QStringLiteral("shorter than one sample")));
+}
+
+void TestMeasurement::imageSmallerThanOneSamplePeriodIsSkipped()
+{
+    KSCORE_HANDLE hCam = open(camera("small", 400.0, 16, 16)); // 512 bytes
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    CxCriticalLog log;
+    QVERIFY(line->startMeasurement(4096, 1000));
+    QVERIFY(runUntilDelivered(line.get(), 20));
+    QCOMPARE(storedFrames(line.get()), 0);
+    QVERIFY(log.contains(526, QStringLiteral("Image of 16 x 16 pixels holds no sample")));
+}
+
+void TestMeasurement::unknownModeInTheWorkerEndsAtOnce()
+{
+    CxCameraLineData line;
+    CxCriticalLog log;
+    CxAcquisitionThread thread(&line, MeasureMode(7));
+    thread.start();
+    QVERIFY(thread.wait(5000));
+    QVERIFY(log.messages().size() == 1);
+    QVERIFY(log.messages().first().contains(
+        QStringLiteral("CameraLineData L 31 :  \"CxAcquisitionThread::run(): Unknown measurement mode selected\"")));
+}
+
+void TestMeasurement::captureTimeoutsLeaveTheStoreAndLogOncePerTimeout()
+{
+    CxSimCameraConfig config = camera("dead", 400.0, 256, 256);
+    config.pacing = ExPacing::RealTime;
+    KSCORE_HANDLE hCam = open(config);
+    sim(hCam)->failCaptures(ExCaptureFault::Timeout, -1, 0);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    CxCriticalLog log;
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(line->startMeasurement(4096, 1000));
+    QThread::msleep(5600);
+    QCOMPARE(log.messages().size(), 1);
+    QVERIFY(log.contains(526, QStringLiteral("ksApi_GetImage failed to capture image")));
+    QVERIFY(line->stopMeasurement());
+    // The stop waited for the pending capture, which ends with its own time-out.
+    QVERIFY2(timer.elapsed() < 11500, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(log.messages().size(), 2);
+    QCOMPARE(storedFrames(line.get()), 0);
+    QCOMPARE(line->frameTimeCount, quint64(0));
+}
+
+void TestMeasurement::throughputMatchesTheLinkRate_data()
+{
+    QTest::addColumn<double>("rate");
+    QTest::addColumn<uint>("period");
+    QTest::newRow("USB3 at 380 MB/s, 4 KiB") << 380.0 << 4096u;
+    QTest::newRow("PCIe at 1575 MB/s, 8 KiB") << 1575.0 << 8192u;
+    QTest::newRow("GigE at 118 MB/s, 1 KiB") << 118.0 << 1024u;
+}
+
+void TestMeasurement::throughputMatchesTheLinkRate()
+{
+    QFETCH(double, rate);
+    QFETCH(uint, period);
+    KSCORE_HANDLE hCam = open(camera("rate", rate, 2048, 1024));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QVERIFY(line->startMeasurement(period, 3000000));
+    QVERIFY(runUntilDelivered(line.get(), 30));
+    double spanSum = 0.0;
+    for (const CxCameraLineData::CxFrameData* frame : std::as_const(line->frames)) {
+        const double throughput = double(quint64(line->samplePeriod) * frame->sampleCount) / double(frame->sampleSpan) * 250.0;
+        QVERIFY2(std::fabs(throughput - rate) / rate < 0.005,
+                 qPrintable(QStringLiteral("%1 MB/s against %2").arg(throughput).arg(rate)));
+        spanSum += double(frame->sampleSpan) / 250.0;
+    }
+    // The statistics follow every stored frame of this run.
+    QCOMPARE(line->frameTimeCount, quint64(line->frames.size()));
+    QVERIFY(std::fabs(line->frameTimeAvg - spanSum / double(line->frames.size())) < 1e-6 * line->frameTimeAvg);
+    QVERIFY(line->frameTimeMin <= line->frameTimeAvg && line->frameTimeAvg <= line->frameTimeMax);
+}
+
+void TestMeasurement::acquisitionRecordsTheCountersTheCameraDrives()
+{
+    CxSimCameraConfig config = camera("counting", 200.0, 1024, 1024);
+    config.sensor.dataRateMBps = 400.0; // the sensor outruns the link
+    config.bufferSize = 8 * 1024 * 1024;
+    config.supportedCounters = {0, 1, 2, 4, 5};
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(ksApi_SetParamInt(hCam, "imgdataformat", 3));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureModeStandardAcquisition));
+    QVERIFY(line->startMeasurement(4096, 100000));
+    QVERIFY(runUntilDelivered(line.get(), 60));
+    const int records = storedRecords(line.get());
+    QVERIFY(records >= 60);
+    const CxCameraLineData::CxCounterData* last = line->counterSamples.last();
+    QCOMPARE(last->transportSkip, sim(hCam)->counterValue(KS_CNT_TRANSPORT_SKIP));
+    QCOMPARE(last->missedTrgOverflow, sim(hCam)->counterValue(KS_CNT_MISSED_TRG_OVERFLOW));
+    QCOMPARE(last->bufferOverflow, sim(hCam)->counterValue(KS_CNT_BUFFER_OVERFLOW));
+    QVERIFY(last->transportSkip > 10);
+    QVERIFY(last->bufferOverflow >= 1);
+    QCOMPARE(last->missedTrgOverlap, 0); // unsupported: never read
+    QCOMPARE(line->GetCounterValue(KS_CNT_TRANSFERRED), records);
+    for (int i = 1; i < records; ++i)
+        QVERIFY(line->counterSamples[i]->transportSkip >= line->counterSamples[i - 1]->transportSkip);
+    // The first frame of the run only sets the reference.
+    QCOMPARE(line->frameTimeCount, quint64(records - 1));
+    QVERIFY(line->frameTimeAvg > 5000.0); // the link needs 10.5 ms a frame
+}
+
+QTEST_GUILESS_MAIN(TestMeasurement)
+#include "tst_measurement.moc"

@@ -1,0 +1,369 @@
+// Camera preparation and restore: the exact camera calls of setup in both modes, of restore,
+// of setup failing at each of its steps, and of the two device-value readers, checked
+// against the simulated camera's call log.
+
+#include "EngineTestSupport.h"
+
+#include <QtTest>
+#include <memory>
+
+using namespace enginetest;
+using namespace simtest;
+
+namespace {
+
+const QStringList kSaveReads = {
+    "get imgdataformat",  "get output_bit_depth",      "get output_bit_packing", "get buffer_policy",
+    "get column_fpn_correction", "get row_fpn_correction", "get LUTEnable",
+};
+const QStringList kThroughputWrites = {
+    "set buffer_policy 0",         "set imgdataformat 7",        "set output_bit_depth 16",
+    "set output_bit_packing 0",    "set column_fpn_correction 0", "set row_fpn_correction 0",
+    "set LUTEnable 0",             "get test_pattern_generator_selector", "set test_pattern_generator_selector 1",
+    "get test_pattern",            "set test_pattern 11",
+};
+const QStringList kFrameBufferQueries = {
+    "set dp_unit_selector:settable 1", "set dp_proc_selector:settable 5", "set dp_param_selector:settable 6"};
+const QStringList kFrameBufferWrites = {
+    "set dp_unit_selector 1", "set dp_proc_selector 5", "set dp_param_selector 6", "set dp_param_value 9"};
+const QStringList kDeviceRegisterWrites = {
+    "set device_unit_selector 1", "set device_unit_register_selector 55", "set device_unit_register_value 25000"};
+const QStringList kBufferSizeRead = {"set dp_param_selector 7", "get dp_param_value"};
+
+// Restore of a camera at its power-on values.
+const QStringList kRestoreSavedValues = {
+    "set test_pattern 0",      "set test_pattern_generator_selector 0", "set output_bit_packing 1",
+    "set output_bit_depth 12", "set imgdataformat 0",                   "set buffer_policy 1",
+    "set column_fpn_correction 1", "set row_fpn_correction 1",          "set LUTEnable 0",
+};
+const QStringList kRestoreDeviceRegister = {
+    "set device_unit_selector 1", "set device_unit_register_selector 55", "set device_unit_register_value 1"};
+
+} // namespace
+
+class TestPreparation : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { closeAll(); }
+
+    void throughputSetupWritesInOrder();
+    void throughputRestoreWritesSavedValuesBack();
+    void setupFailureAtEachStepRestoresEverything_data();
+    void setupFailureAtEachStepRestoresEverything();
+    void refusedBufferPolicyRestoresAllNineSavedValues();
+    void frameBufferLeftAloneWhenSelectorsAreNotSettable();
+    void deviceRegisterFlagNeedsAllThreeWrites();
+    void acquisitionSetupProbesCountersAndBufferPolicy();
+    void acquisitionSetupFailure();
+    void unknownModeIsRefused();
+    void transportSpeedIsReadAndSelectorsPutBack();
+    void transportSpeedKeptWhenUnitIsRefused();
+    void transportSpeedKeptWhenRegisterReadsZero();
+    void transportSpeedKeptWhenSelectorsCannotBeRead();
+    void bufferSizeFallsBackWithoutSelector();
+    void failureLogLineFormat();
+};
+
+void TestPreparation::throughputSetupWritesInOrder()
+{
+    CxSimCameraConfig config = camera("setup");
+    config.bufferSize = 9000000;
+    KSCORE_HANDLE hCam = open(config);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    sim(hCam)->clearCallLog();
+    QVERIFY(line->setupCameraParameters());
+    QCOMPARE(calls(hCam),
+             kSaveReads + kThroughputWrites + kFrameBufferQueries + kFrameBufferWrites + kDeviceRegisterWrites
+                 + kBufferSizeRead);
+    QVERIFY(line->frameBufferModeChanged);
+    QVERIFY(line->deviceRegisterChanged);
+    QCOMPARE(line->cameraBufferSize, 9000000);
+    QCOMPARE(line->savedBufferPolicy, 1);
+    QCOMPARE(line->savedOutputBitDepth, 12);
+    QCOMPARE(line->savedColumnFpnCorrection, 1);
+}
+
+void TestPreparation::throughputRestoreWritesSavedValuesBack()
+{
+    KSCORE_HANDLE hCam = open(camera("restore"));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QVERIFY(line->setupCameraParameters());
+    sim(hCam)->clearCallLog();
+    line->restoreCameraParameters();
+    // The frame-buffer value goes to whatever is selected: the buffer size, after setup.
+    QCOMPARE(calls(hCam), kRestoreDeviceRegister + kRestoreSavedValues + QStringList{"set dp_param_value 10"});
+    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
+    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("buffer_policy")), 1);
+    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("test_pattern")), 0);
+}
+
+void TestPreparation::setupFailureAtEachStepRestoresEverything_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("op");
+    QTest::addColumn<int>("logLine");
+    QTest::addColumn<int>("callsBeforeRestore");
+    const int saves = kSaveReads.size();
+    QTest::newRow("buffer policy") << "buffer_policy" << int(ExParamOp::Set) << 359 << saves + 1;
+    QTest::newRow("image format") << "imgdataformat" << int(ExParamOp::Set) << 364 << saves + 2;
+    QTest::newRow("bit depth") << "output_bit_depth" << int(ExParamOp::Set) << 369 << saves + 3;
+    QTest::newRow("bit packing") << "output_bit_packing" << int(ExParamOp::Set) << 374 << saves + 4;
+    QTest::newRow("generator read") << "test_pattern_generator_selector" << int(ExParamOp::Get) << 385 << saves + 8;
+    QTest::newRow("generator write") << "test_pattern_generator_selector" << int(ExParamOp::Set) << 390
+                                     << saves + 9;
+    QTest::newRow("pattern read") << "test_pattern" << int(ExParamOp::Get) << 395 << saves + 10;
+    QTest::newRow("pattern write") << "test_pattern" << int(ExParamOp::Set) << 400 << saves + 11;
+    QTest::newRow("dp unit") << "dp_unit_selector" << int(ExParamOp::Set) << 415 << saves + 15;
+    QTest::newRow("dp process") << "dp_proc_selector" << int(ExParamOp::Set) << 420 << saves + 16;
+    QTest::newRow("dp parameter") << "dp_param_selector" << int(ExParamOp::Set) << 425 << saves + 17;
+    QTest::newRow("dp value") << "dp_param_value" << int(ExParamOp::Set) << 430 << saves + 18;
+}
+
+void TestPreparation::setupFailureAtEachStepRestoresEverything()
+{
+    QFETCH(QString, name);
+    QFETCH(int, op);
+    QFETCH(int, logLine);
+    QFETCH(int, callsBeforeRestore);
+    KSCORE_HANDLE hCam = open(camera("failing"));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    line->autoTransport = false;
+    sim(hCam)->refuseParam(name, ExParamOp(op), 1);
+    sim(hCam)->clearCallLog();
+    CxCriticalLog log;
+    QVERIFY(!line->startMeasurement(4096, 1000));
+    QVERIFY(!line->isMeasurementRunning());
+    QCOMPARE(log.messages().size(), 1);
+    QVERIFY2(log.contains(logLine, QStringLiteral("CxCameraLineData::setupCameraParameters(): ")),
+             qPrintable(log.messages().join('\n')));
+
+    const QStringList all = calls(hCam);
+    const QStringList setup = kSaveReads + kThroughputWrites + kFrameBufferQueries + kFrameBufferWrites;
+    QCOMPARE(all.mid(0, callsBeforeRestore), setup.mid(0, callsBeforeRestore));
+    // The restore writes every saved value back, changed or not; the frame buffer only when
+    // setup got as far as disabling it, which a failing step prevents.
+    QCOMPARE(all.mid(callsBeforeRestore), kRestoreSavedValues);
+    QVERIFY(!sim(hCam)->isAcquiring());
+    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
+}
+
+void TestPreparation::refusedBufferPolicyRestoresAllNineSavedValues()
+{
+    KSCORE_HANDLE hCam = open(camera("policy"));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    line->autoTransport = false;
+    // A previous run left the pattern values and the frame-buffer flag behind.
+    line->savedTestPattern = 4;
+    line->savedTestPatternGeneratorSelector = 1;
+    line->frameBufferModeChanged = true;
+    sim(hCam)->refuseParamValue(QStringLiteral("buffer_policy"), 0, 1);
+    sim(hCam)->clearCallLog();
+    QVERIFY(!line->startMeasurement(4096, 1000));
+    const QStringList all = calls(hCam);
+    QCOMPARE(all.mid(kSaveReads.size() + 1),
+             QStringList({"set test_pattern 4", "set test_pattern_generator_selector 1"}) + kRestoreSavedValues.mid(2)
+                 + QStringList{"set dp_param_value 10"});
+}
+
+void TestPreparation::frameBufferLeftAloneWhenSelectorsAreNotSettable()
+{
+    CxSimCameraConfig config = camera("nodp");
+    config.dataProcessing = false;
+    KSCORE_HANDLE hCam = open(config);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    sim(hCam)->clearCallLog();
+    QVERIFY(line->setupCameraParameters());
+    QVERIFY(!line->frameBufferModeChanged);
+    QCOMPARE(line->cameraBufferSize, 32768);
+    QCOMPARE(calls(hCam), kSaveReads + kThroughputWrites + kFrameBufferQueries + kDeviceRegisterWrites
+                              + QStringList{"set dp_param_selector 7"});
+    sim(hCam)->clearCallLog();
+    line->restoreCameraParameters();
+    QVERIFY(!calls(hCam).contains(QStringLiteral("set dp_param_value 10")));
+
+    // One refused query is enough to leave the frame buffer alone; all three are still asked.
+    KSCORE_HANDLE other = open(camera("onequery"));
+    std::unique_ptr<CxCameraLineData> second(lineFor(other));
+    sim(other)->refuseParam(QStringLiteral("dp_proc_selector:settable"));
+    sim(other)->clearCallLog();
+    QVERIFY(second->setupCameraParameters());
+    QVERIFY(!second->frameBufferModeChanged);
+    const QStringList log = calls(other);
+    QCOMPARE(log.mid(kSaveReads.size() + kThroughputWrites.size(), 4),
+             kFrameBufferQueries + QStringList{"set device_unit_selector 1"});
+}
+
+void TestPreparation::deviceRegisterFlagNeedsAllThreeWrites()
+{
+    KSCORE_HANDLE hCam = open(camera("register"));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    sim(hCam)->refuseParamValue(QStringLiteral("device_unit_register_selector"), 55, 1);
+    sim(hCam)->clearCallLog();
+    QVERIFY(line->setupCameraParameters());
+    QVERIFY(!line->deviceRegisterChanged);
+    QStringList log = calls(hCam);
+    QVERIFY(!log.contains(QStringLiteral("set device_unit_register_value 25000"))); // not tried after a failure
+    sim(hCam)->clearCallLog();
+    line->restoreCameraParameters();
+    QCOMPARE(calls(hCam).first(), QStringLiteral("set test_pattern 0"));
+
+    // Once set, the flag survives a later setup whose register writes fail.
+    QVERIFY(line->setupCameraParameters());
+    QVERIFY(line->deviceRegisterChanged);
+    sim(hCam)->refuseParam(QStringLiteral("device_unit_selector"), ExParamOp::Set, 1);
+    QVERIFY(line->setupCameraParameters());
+    QVERIFY(line->deviceRegisterChanged);
+}
+
+void TestPreparation::acquisitionSetupProbesCountersAndBufferPolicy()
+{
+    CxSimCameraConfig config = camera("acquisition");
+    config.supportedCounters = {0, 2, 5};
+    KSCORE_HANDLE hCam = open(config);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureModeStandardAcquisition));
+    sim(hCam)->clearCallLog();
+    QVERIFY(line->setupCameraParameters());
+    QStringList expected;
+    for (int selector = 0; selector < 6; ++selector)
+        expected << QStringLiteral("set counter_selector:settable %1").arg(selector);
+    expected << "get buffer_policy" << "set buffer_policy 0";
+    QCOMPARE(calls(hCam), expected);
+    const bool supported[6] = {true, false, true, false, false, true};
+    for (int selector = 0; selector < 6; ++selector)
+        QCOMPARE(line->IsCounterSupported(KS_COUNTER_SELECTOR(selector)), supported[selector]);
+    sim(hCam)->clearCallLog();
+    line->restoreCameraParameters();
+    QCOMPARE(calls(hCam), QStringList{"set buffer_policy 1"});
+
+    // Throughput mode leaves the flags as they are.
+    line->measureMode = MeasureModeDataThroughput;
+    QVERIFY(line->setupCameraParameters());
+    QVERIFY(line->IsCounterSupported(KS_CNT_BUFFER_OVERFLOW));
+    QVERIFY(!line->IsCounterSupported(KS_CNT_API_SKIP));
+}
+
+void TestPreparation::acquisitionSetupFailure()
+{
+    KSCORE_HANDLE hCam = open(camera("acqfail"));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureModeStandardAcquisition));
+    sim(hCam)->refuseParamValue(QStringLiteral("buffer_policy"), 0);
+    CxCriticalLog log;
+    sim(hCam)->clearCallLog();
+    QVERIFY(!line->startMeasurement(4096, 10));
+    QVERIFY(log.contains(460, QStringLiteral("ksApi_SetParamInt(KS_PRM_BUFFER_POLICY, KS_BP_UNSAFE) failed")));
+    QCOMPARE(calls(hCam).last(), QStringLiteral("set buffer_policy 1"));
+}
+
+void TestPreparation::unknownModeIsRefused()
+{
+    KSCORE_HANDLE hCam = open(camera("unknownmode"));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureMode(2)));
+    line->autoTransport = false;
+    CxCriticalLog log;
+    sim(hCam)->clearCallLog();
+    QVERIFY(!line->startMeasurement(4096, 10));
+    QVERIFY(log.contains(466, QStringLiteral("CxCameraLineData::setupCameraParameters(): Unknown measurement mode")));
+    QVERIFY(calls(hCam).isEmpty()); // neither setup nor restore touches the camera
+}
+
+void TestPreparation::transportSpeedIsReadAndSelectorsPutBack()
+{
+    CxSimCameraConfig config = camera("speed");
+    config.sensor.dataRateMBps = 487.0;
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 3));
+    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_selector", 17));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    sim(hCam)->clearCallLog();
+    line->readDefaultAvgTransportSpeed();
+    QCOMPARE(line->requiredThroughput, 487);
+    QCOMPARE(calls(hCam), QStringList({"get device_unit_selector", "get device_unit_register_selector",
+                                       "set device_unit_selector 8", "set device_unit_register_selector 4096",
+                                       "get device_unit_register_value", "set device_unit_selector 3",
+                                       "set device_unit_register_selector 17"}));
+}
+
+void TestPreparation::transportSpeedKeptWhenUnitIsRefused()
+{
+    KSCORE_HANDLE hCam = open(camera("nospeed"));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    line->requiredThroughput = 123;
+    sim(hCam)->refuseParamValue(QStringLiteral("device_unit_selector"), 8);
+    sim(hCam)->clearCallLog();
+    line->readDefaultAvgTransportSpeed();
+    QCOMPARE(line->requiredThroughput, 123);
+    QCOMPARE(calls(hCam).mid(2), QStringList({"set device_unit_selector 8", "set device_unit_selector 0",
+                                              "set device_unit_register_selector 0"}));
+}
+
+void TestPreparation::transportSpeedKeptWhenRegisterReadsZero()
+{
+    CxSimCameraConfig config = camera("zerospeed");
+    config.sensor.dataRateMBps = 0.4; // the register rounds it to 0
+    KSCORE_HANDLE hCam = open(config);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    line->requiredThroughput = 55;
+    line->readDefaultAvgTransportSpeed();
+    QCOMPARE(line->requiredThroughput, 55);
+    sim(hCam)->refuseParam(QStringLiteral("device_unit_register_value"), ExParamOp::Get);
+    line->readDefaultAvgTransportSpeed();
+    QCOMPARE(line->requiredThroughput, 55);
+}
+
+void TestPreparation::transportSpeedKeptWhenSelectorsCannotBeRead()
+{
+    KSCORE_HANDLE hCam = open(camera("noread"));
+    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 2));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    sim(hCam)->refuseParam(QStringLiteral("device_unit_selector"), ExParamOp::Get, 1);
+    sim(hCam)->refuseParamValue(QStringLiteral("device_unit_selector"), 0, 1);
+    CxCriticalLog log;
+    sim(hCam)->clearCallLog();
+    line->readDefaultAvgTransportSpeed();
+    QCOMPARE(line->requiredThroughput, 300);
+    QVERIFY(log.contains(305, QStringLiteral("Failed to read current device unit confiuration")));
+    QVERIFY(log.contains(321, QStringLiteral("Failed to change back current device unit configuration")));
+    // The second selector is neither read after the failed first read nor written back
+    // after the failed first write.
+    QCOMPARE(calls(hCam), QStringList({"get device_unit_selector", "set device_unit_selector 8",
+                                       "set device_unit_register_selector 4096", "get device_unit_register_value",
+                                       "set device_unit_selector 0"}));
+}
+
+void TestPreparation::bufferSizeFallsBackWithoutSelector()
+{
+    CxSimCameraConfig config = camera("nobuffer");
+    config.dataProcessing = false;
+    KSCORE_HANDLE hCam = open(config);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QCOMPARE(line->readInternalCameraBufferSize(), 32768);
+
+    config.id = QStringLiteral("unreadable");
+    config.dataProcessing = true;
+    config.bufferSize = 4000;
+    KSCORE_HANDLE other = open(config);
+    std::unique_ptr<CxCameraLineData> second(lineFor(other));
+    QCOMPARE(second->readInternalCameraBufferSize(), 4000);
+    sim(other)->refuseParam(QStringLiteral("dp_param_value"), ExParamOp::Get, 1);
+    QCOMPARE(second->readInternalCameraBufferSize(), 32768);
+    QCOMPARE(second->cameraBufferSize, 0); // the reader writes no field
+}
+
+void TestPreparation::failureLogLineFormat()
+{
+    KSCORE_HANDLE hCam = open(camera("logformat"));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    sim(hCam)->refuseParam(QStringLiteral("imgdataformat"), ExParamOp::Set, 1);
+    CxCriticalLog log;
+    QVERIFY(!line->setupCameraParameters());
+    QCOMPARE(log.messages().size(), 1);
+    // Thread id, source path, "L", line, ":", an empty text, the message.
+    const QRegularExpression format(QStringLiteral(
+        R"(^0x[0-9a-f]+ plugins/kspDataThroughputGraph/CameraLineData L 364 :\s+"CxCameraLineData::setupCameraParameters\(\): ksApi_SetParamInt\(KS_PRM_IMAGE_DATA_FORMAT, KS_FRM_TRANSPORT_DATA\) failed"$)"));
+    QVERIFY2(format.match(log.messages().first()).hasMatch(), qPrintable(log.messages().first()));
+}
+
+QTEST_GUILESS_MAIN(TestPreparation)
+#include "tst_preparation.moc"
