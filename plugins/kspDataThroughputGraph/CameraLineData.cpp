@@ -2,8 +2,14 @@
 
 #include "PluginLog.h"
 
+#include <QCoreApplication>
+#include <QFile>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QTextStream>
 #include <QTime>
 #include <algorithm>
+#include <qcustomplot.h>
 #include <cfloat>
 #include <cstring>
 #include <new>
@@ -18,6 +24,7 @@ const char* const kStopPrefix = "CxCameraLineData::stopMeasurement(): %1";
 const char* const kThroughputLoopPrefix = "CxCameraLineData::runMeasureLoopThrougput(): %1";
 const char* const kAcquisitionLoopPrefix = "CxCameraLineData::runMeasureLoopAcquisition(): %1";
 const char* const kThreadPrefix = "CxAcquisitionThread::run(): %1";
+const char* const kGraphsPrefix = "CxCameraLineData::calculateGraphsThrougput(): %1";
 
 // Log line numbers are fixed so that log lines stay comparable across builds.
 enum : int
@@ -29,6 +36,7 @@ enum : int
     kLineRestoreDeviceUnit = 321,
     kLineThroughputLoop = 526,
     kLineAcquisitionLoop = 612,
+    kLineGraphsThroughput = 683,
 };
 
 constexpr unsigned int kCaptureTimeoutMs = 5000;
@@ -463,6 +471,286 @@ void CxCameraLineData::runMeasureLoopAcquisition()
             delete counterSamples.takeFirst();
         previousTimestamp = timestamp;
     } while (!stopRequested);
+}
+
+// ---------------------------------------------------------------------------------------
+// Graph series
+
+unsigned int CxCameraLineData::CxFrameData::calculateFrameSpeeds(unsigned int period, double required,
+                                                                 double* speeds, double* bufferDeltas,
+                                                                 unsigned long long* offsets) const
+{
+    if (!samples || sampleCount <= 1)
+        return 0;
+    const quint64 first = samples[0];
+    const double bytes = double(period);
+    if (speeds && bufferDeltas && offsets) {
+        // The graph refresh walks every visible sample while the worker waits for the
+        // mutex: keep this loop free of branches.
+        for (quint64 i = 1; i < sampleCount; ++i) {
+            const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
+            const double speed = bytes / dtUs;
+            speeds[i - 1] = speed;
+            bufferDeltas[i - 1] = dtUs * (required - speed);
+            offsets[i - 1] = (samples[i] - first) / 250u;
+        }
+    } else {
+        for (quint64 i = 1; i < sampleCount; ++i) {
+            const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
+            const double speed = bytes / dtUs;
+            if (speeds)
+                speeds[i - 1] = speed;
+            if (bufferDeltas)
+                bufferDeltas[i - 1] = dtUs * (required - speed);
+            if (offsets)
+                offsets[i - 1] = (samples[i] - first) / 250u;
+        }
+    }
+    return unsigned(sampleCount - 1);
+}
+
+namespace {
+
+// Time relative to the end of the visible span, in 32-bit arithmetic as the graph has always
+// computed it: spans beyond about 35 minutes wrap.
+double relativeTime(qint64 timestamp, long long end, quint64 offset)
+{
+    return double(qint32(quint32(quint64(timestamp)) - quint32(quint64(end)) + quint32(offset)));
+}
+
+} // namespace
+
+bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QCPGraph* bufferLevelGraph,
+                                                const QCPRange* timeRange, long long start, long long end,
+                                                double msPerPixel)
+{
+    QMutexLocker lock(&dataMutex);
+    if (frames.isEmpty())
+        return false;
+    frames.detach();
+    if (!AllocateBuffers(unsigned(frames.first()->sampleCount - 1))) {
+        logCritical(kSource, kLineGraphsThroughput, kGraphsPrefix,
+                    QStringLiteral("Failed to allocate temporary buffers for internal calculations"));
+        return false;
+    }
+    maxBufferLevel = 0.0;
+    bufferOverflowCount = 0;
+
+    const long long span = end - start;
+    const long long margin = 2.0 * frameTimeAvg > double(span) ? static_cast<long long>(frameTimeAvg) : span;
+    const long long lower = start - margin;
+    const long long upper = end + margin;
+    int index = 0;
+    while (index < frames.size() && frames[index]->timestamp < lower)
+        ++index;
+    minThroughput = DBL_MAX;
+    if (index == frames.size())
+        return false;
+
+    const double minGap = 1000.0 * msPerPixel;
+    const double bufferSize = double(cameraBufferSize);
+    double lastX = -100000000.0;
+    bool firstSample = true;
+    double binMin = DBL_MAX;
+    double binMax = 0.0;
+    double overallMax = 0.0;
+    quint64 frameCount = 0;
+    double speedSum = 0.0;
+    for (; index < frames.size() && frames[index]->timestamp < upper; ++index) {
+        const CxFrameData* frame = frames[index];
+        // Frames of an earlier run may be larger than the first one; never write past the
+        // work arrays.
+        if (frame->sampleCount > bufferCapacity + 1 && !AllocateBuffers(unsigned(frame->sampleCount - 1))) {
+            logCritical(kSource, kLineGraphsThroughput, kGraphsPrefix,
+                        QStringLiteral("Failed to allocate temporary buffers for internal calculations"));
+            return false;
+        }
+        const unsigned int count = frame->calculateFrameSpeeds(samplePeriod, double(requiredThroughput), speedsBuffer,
+                                                               bufferDeltasBuffer, offsetsBuffer);
+        bool overflow = false;
+        if (count > 0) {
+            // The modelled buffer starts empty with every frame.
+            double fill = 0.0;
+            for (unsigned int i = 0; i < count; ++i) {
+                const double speed = speedsBuffer[i];
+                const double rel = relativeTime(frame->timestamp, end, offsetsBuffer[i]);
+                if (speed < minThroughput)
+                    minThroughput = speed;
+                fill += bufferDeltasBuffer[i];
+                double level;
+                if (fill < 0.0) {
+                    fill = 0.0;
+                    level = 0.0;
+                } else if (fill > bufferSize) {
+                    fill = bufferSize;
+                    overflow = true;
+                    level = 100.0;
+                } else {
+                    level = fill / bufferSize * 100.0;
+                }
+                if (overflow)
+                    binMax = 100.0;
+                binMax = std::max(level, binMax);
+                overallMax = std::max(binMax, overallMax);
+                if (firstSample)
+                    lastX = rel;
+                if (speed > 0.0 && speed < binMin)
+                    binMin = speed;
+                const qint64 sampleTime = frame->timestamp + qint64(offsetsBuffer[i]);
+                if (sampleTime >= start && sampleTime <= end && rel - lastX > minGap) {
+                    lastX = rel;
+                    if (timeRange) {
+                        const double x = timeRange->upper + rel / 1000000.0;
+                        if (minThroughputGraph)
+                            minThroughputGraph->addData(x, binMin);
+                        if (bufferLevelGraph)
+                            bufferLevelGraph->addData(x, binMax);
+                        binMin = DBL_MAX;
+                        binMax = 0.0;
+                    }
+                }
+                firstSample = false;
+            }
+        }
+        if (overflow)
+            ++bufferOverflowCount;
+        speedSum += double(quint64(samplePeriod) * frame->sampleCount) / double(frame->sampleSpan) * kTicksPerUs;
+        ++frameCount;
+    }
+    if (frameCount == 0)
+        return false;
+    maxBufferLevel = overallMax;
+    avgThroughput = speedSum / double(frameCount);
+    return true;
+}
+
+bool CxCameraLineData::calculateGraphsAcquisition(QCPGraph* graph0, QCPGraph* graph1, QCPGraph* graph3,
+                                                  QCPGraph* graph4, QCPGraph* graph5, const QCPRange* timeRange,
+                                                  long long start, long long end, double msPerPixel)
+{
+    QMutexLocker lock(&dataMutex);
+    if (counterSamples.isEmpty())
+        return false;
+    // Ten average intervals here against two frame times for throughput: counter graphs are
+    // sparse and need more context to reach the plot's edges.
+    const long long span = end - start;
+    const long long margin = 10.0 * frameTimeAvg > double(span) ? static_cast<long long>(frameTimeAvg) * 10 : span;
+    const long long lower = start - margin;
+    const long long upper = end + margin;
+    int index = 0;
+    while (index < counterSamples.size() && counterSamples[index]->timestamp < lower)
+        ++index;
+    const double minGap = 1000.0 * msPerPixel;
+    double lastX = -100000000.0;
+    bool first = true;
+    for (; index < counterSamples.size() && counterSamples[index]->timestamp < upper; ++index) {
+        const CxCounterData* record = counterSamples[index];
+        const double rel = relativeTime(record->timestamp, end, 0);
+        if (first)
+            lastX = rel;
+        if (rel - lastX > minGap) {
+            lastX = rel;
+            if (timeRange) {
+                const double x = rel / 1000000.0 + timeRange->upper;
+                if (graph0)
+                    graph0->addData(x, double(record->transportSkip));
+                if (graph1)
+                    graph1->addData(x, double(record->apiSkip));
+                if (graph3)
+                    graph3->addData(x, double(record->missedTrgOverlap));
+                if (graph4)
+                    graph4->addData(x, double(record->missedTrgOverflow));
+                if (graph5)
+                    graph5->addData(x, double(record->bufferOverflow));
+            }
+        }
+        first = false;
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------
+// CSV export
+
+void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent, long long start, long long end)
+{
+    if (measureMode != MeasureModeDataThroughput)
+        return;
+
+    int frameCount = 0;
+    {
+        QMutexLocker lock(&dataMutex);
+        frames.detach();
+        const long long span = end - start;
+        const long long margin = frameTimeMin > double(span) ? static_cast<long long>(frameTimeMin) : span / 2;
+        for (const CxFrameData* frame : std::as_const(frames)) {
+            if (frame->timestamp > end + margin)
+                break;
+            if (frame->timestamp >= start - margin)
+                ++frameCount;
+        }
+    }
+
+    QProgressDialog dialog(QCoreApplication::translate("CxCameraLineData", "Exporting %1 data").arg(cameraName),
+                           QCoreApplication::translate("CxCameraLineData", "Cancel"), 0, frameCount, parent,
+                           Qt::WindowFlags());
+    dialog.setWindowTitle(QCoreApplication::translate("CxCameraLineData", "Data throughput monitor"));
+    // Modal, so that setValue() keeps the dialog painted and lets the user close it.
+    dialog.setWindowModality(Qt::WindowModal);
+    dialog.setMinimumDuration(0);
+    dialog.resize(300, 100);
+    // Cancelling is only possible by closing the dialog.
+    const QList<QPushButton*> buttons = dialog.findChildren<QPushButton*>();
+    if (!buttons.isEmpty())
+        buttons.first()->hide();
+    dialog.show();
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 1000);
+
+    QFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return;
+
+    QMutexLocker lock(&dataMutex);
+    QTextStream out(&file);
+    out << "Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns], Req. throughput [MB/s], "
+           "Link throughput [MB/s], Buffer filled [B], Max buffer level [%]\n";
+    const double bufferSize = double(cameraBufferSize);
+    // Unlike the graph, the modelled buffer runs on across frames, over exported rows only.
+    double fill = 0.0;
+    int progress = 0;
+    for (const CxFrameData* frame : std::as_const(frames)) {
+        dialog.setValue(progress);
+        if (dialog.wasCanceled())
+            break;
+        if (frame->samples && frame->sampleCount > 1) {
+            const quint64* samples = frame->samples;
+            for (quint64 i = 1; i < frame->sampleCount; ++i) {
+                const quint64 offsetUs = (samples[i] - samples[0]) / 250u;
+                const qint64 sampleTime = frame->timestamp + qint64(offsetUs);
+                if (sampleTime < start)
+                    continue;
+                if (sampleTime > end)
+                    break;
+                const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
+                const double speed = double(samplePeriod) / dtUs;
+                // Comparisons rather than min/max, so that a broken sample shows as "nan".
+                fill += dtUs * (double(requiredThroughput) - speed);
+                if (fill < 0.0)
+                    fill = 0.0;
+                else if (fill > bufferSize)
+                    fill = bufferSize;
+                out << frame->frameNumber << ',' << offsetUs << ',' << samplePeriod << ',' << samples[i] * 4u << ','
+                    << requiredThroughput << ',' << QString::number(speed, 'g', 6) << ','
+                    << QString::number(fill, 'g', 6) << ',' << QString::number(100.0 * fill / bufferSize, 'g', 6)
+                    << '\n';
+            }
+        }
+        ++progress;
+        if (end < frame->timestamp)
+            break;
+    }
+    out.flush();
+    file.close();
 }
 
 // ---------------------------------------------------------------------------------------

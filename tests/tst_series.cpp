@@ -1,0 +1,543 @@
+// Graph series and CSV export: points, statistics and file bytes from small stores built
+// by hand, and one measurement of a simulated link with a known dip.
+
+#include "EngineTestSupport.h"
+
+#include <QFile>
+#include <QMessageBox>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+#include <cfloat>
+#include <cmath>
+#include <memory>
+#include <qcustomplot.h>
+
+using namespace enginetest;
+using namespace simtest;
+
+namespace {
+
+constexpr qint64 kT0 = 10000000; // 10 s after midnight
+
+struct SxPoint
+{
+    double x;
+    double y;
+};
+
+QList<SxPoint> points(const QCPGraph* graph)
+{
+    QList<SxPoint> list;
+    for (auto it = graph->data()->constBegin(); it != graph->data()->constEnd(); ++it)
+        list.append({it->key, it->value});
+    return list;
+}
+
+void addFrame(CxCameraLineData& line, quint32 number, qint64 timestamp, const QVector<quint64>& samples)
+{
+    auto* frame = new CxCameraLineData::CxFrameData;
+    frame->frameNumber = number;
+    frame->timestamp = timestamp;
+    frame->sampleCount = quint64(samples.size());
+    if (!samples.isEmpty()) {
+        frame->samples = new quint64[samples.size()];
+        std::copy(samples.begin(), samples.end(), frame->samples);
+        frame->sampleSpan = samples.last() - samples.first();
+    }
+    line.frames.append(frame);
+}
+
+void addRecord(CxCameraLineData& line, qint64 timestamp, int base)
+{
+    auto* record = new CxCameraLineData::CxCounterData;
+    record->timestamp = timestamp;
+    record->transportSkip = base;
+    record->apiSkip = base + 1;
+    record->missedTrgOverlap = base + 3;
+    record->missedTrgOverflow = base + 4;
+    record->bufferOverflow = base + 5;
+    line.counterSamples.append(record);
+}
+
+// Two frames whose samples exercise draining, filling to the brim and overflowing a
+// 1000-byte buffer against 500 MB/s required, with 1000-byte samples:
+// frame 7 at T0: intervals of 1, 4, 10 and 1 us (1000, 250, 100, 1000 MB/s);
+// frame 8 at T0 + 1000 us: two intervals of 2 us (500 MB/s).
+void fillKnownStore(CxCameraLineData& line)
+{
+    line.samplePeriod = 1000;
+    line.requiredThroughput = 500;
+    line.cameraBufferSize = 1000;
+    line.frameTimeAvg = 20.0;
+    line.frameTimeMin = 4.0;
+    addFrame(line, 7, kT0, {1000000, 1000250, 1001250, 1003750, 1004000});
+    addFrame(line, 8, kT0 + 1000, {2000000, 2000500, 2001000});
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+const QByteArray kHeader = "Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns], Req. throughput [MB/s], "
+                           "Link throughput [MB/s], Buffer filled [B], Max buffer level [%]\n";
+
+} // namespace
+
+class TestSeries : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    // Frame speeds
+    void frameSpeedsFromNeighbouringSamples();
+    void frameSpeedsSkipNullOutputsAndShortFrames();
+
+    // Throughput series
+    void throughputPointsAndStatistics();
+    void pointsAreThinnedToOnePerBin();
+    void samplesOutsideTheVisibleSpanCountButAreNotDrawn();
+    void nullGraphsAndRangeRefreshOnlyTheStatistics();
+    void marginFollowsTheAverageFrameTime();
+    void framesOutsideTheMarginsResetTheStatisticsAndFail();
+    void degenerateFramesCountTowardsTheAverage();
+    void equalSamplesGiveAnInfiniteSpeedThatIsNeverTheMinimum();
+    void relativeTimeWrapsBeyond35Minutes();
+    void workArraysAreReusedAcrossRefreshes();
+
+    // Acquisition series
+    void acquisitionPointsFromCounterRecords();
+    void acquisitionMarginIsTenAverageIntervals();
+
+    // CSV export
+    void csvRowsCarryTheFillAcrossFrames();
+    void csvRowsFollowTheRange();
+    void csvClosingTheDialogCancels();
+    void csvWritesNothingInAcquisitionModeOrForAnUnopenableFile();
+    void csvInfiniteSpeedAndNotANumberFill();
+
+    // End to end
+    void measuredDipShowsInTheMinimumSeries();
+
+private:
+    QCustomPlot* m_plot = nullptr;
+    QCPGraph* m_min = nullptr;
+    QCPGraph* m_level = nullptr;
+    QTemporaryDir m_dir;
+};
+
+void TestSeries::init()
+{
+    m_plot = new QCustomPlot;
+    m_min = m_plot->addGraph();
+    m_level = m_plot->addGraph();
+}
+
+void TestSeries::cleanup()
+{
+    delete m_plot;
+    closeAll();
+}
+
+void TestSeries::frameSpeedsFromNeighbouringSamples()
+{
+    CxCameraLineData::CxFrameData frame;
+    frame.samples = new quint64[4]{1000, 1250, 1750, 1750 + 2500};
+    frame.sampleCount = 4;
+    double speeds[3];
+    double deltas[3];
+    unsigned long long offsets[3];
+    QCOMPARE(frame.calculateFrameSpeeds(1000, 600.0, speeds, deltas, offsets), 3u);
+    QCOMPARE(speeds[0], 1000.0); // 1000 bytes in 1 us
+    QCOMPARE(speeds[1], 500.0);
+    QCOMPARE(speeds[2], 100.0);
+    QCOMPARE(deltas[0], -400.0); // 1 us x (600 - 1000)
+    QCOMPARE(deltas[1], 200.0);
+    QCOMPARE(deltas[2], 5000.0);
+    QCOMPARE(offsets[0], 1ull);
+    QCOMPARE(offsets[1], 3ull);
+    QCOMPARE(offsets[2], 13ull);
+}
+
+void TestSeries::frameSpeedsSkipNullOutputsAndShortFrames()
+{
+    CxCameraLineData::CxFrameData frame;
+    frame.samples = new quint64[3]{0, 500, 1500};
+    frame.sampleCount = 3;
+    unsigned long long offsets[2] = {99, 99};
+    QCOMPARE(frame.calculateFrameSpeeds(1000, 0.0, nullptr, nullptr, offsets), 2u);
+    QCOMPARE(offsets[1], 6ull);
+    double speeds[2] = {0, 0};
+    QCOMPARE(frame.calculateFrameSpeeds(1000, 0.0, speeds, nullptr, nullptr), 2u);
+    QCOMPARE(speeds[1], 250.0);
+
+    CxCameraLineData::CxFrameData single;
+    single.samples = new quint64[1]{42};
+    single.sampleCount = 1;
+    QCOMPARE(single.calculateFrameSpeeds(1000, 0.0, speeds, nullptr, offsets), 0u);
+    CxCameraLineData::CxFrameData empty;
+    empty.sampleCount = 5; // no array
+    QCOMPARE(empty.calculateFrameSpeeds(1000, 0.0, speeds, nullptr, offsets), 0u);
+}
+
+void TestSeries::throughputPointsAndStatistics()
+{
+    CxCameraLineData line;
+    fillKnownStore(line);
+    const QCPRange range(-2.1, 0.0);
+    QVERIFY(line.calculateGraphsThrougput(m_min, m_level, &range, kT0 - 100, kT0 + 2000, 0.0));
+    // The call's first sample only sets the bin's start; every later one closes a bin.
+    const QList<SxPoint> mins = points(m_min);
+    const QList<SxPoint> levels = points(m_level);
+    const QList<SxPoint> expectedMins = {
+        {-0.001995, 250}, {-0.001985, 100}, {-0.001984, 1000}, {-0.000998, 500}, {-0.000996, 500}};
+    const QList<double> expectedLevels = {100, 100, 100, 0, 0}; // the overflowed frame stays at 100
+    QCOMPARE(mins.size(), expectedMins.size());
+    QCOMPARE(levels.size(), expectedLevels.size());
+    for (int i = 0; i < mins.size(); ++i) {
+        QVERIFY(qFuzzyCompare(mins[i].x, expectedMins[i].x));
+        QCOMPARE(mins[i].y, expectedMins[i].y);
+        QCOMPARE(levels[i].x, mins[i].x);
+        QCOMPARE(levels[i].y, expectedLevels[i]);
+    }
+    QCOMPARE(line.minThroughput, 100.0);
+    QCOMPARE(line.maxBufferLevel, 100.0);
+    QCOMPARE(line.bufferOverflowCount, quint64(1));
+    // Frame throughputs: 1000 x 5 / 4000 ticks x 250 = 312.5 and 1000 x 3 / 1000 x 250 = 750.
+    QCOMPARE(line.avgThroughput, (312.5 + 750.0) / 2);
+}
+
+void TestSeries::pointsAreThinnedToOnePerBin()
+{
+    CxCameraLineData line;
+    fillKnownStore(line);
+    const QCPRange range(-2.1, 3.0);
+    // At least 5 us between points: bins carry their minimum and maximum across frames.
+    QVERIFY(line.calculateGraphsThrougput(m_min, m_level, &range, kT0 - 100, kT0 + 2000, 0.005));
+    const QList<SxPoint> mins = points(m_min);
+    const QList<SxPoint> levels = points(m_level);
+    QCOMPARE(mins.size(), 2);
+    QVERIFY(qFuzzyCompare(mins[0].x, 3.0 - 0.001985));
+    QCOMPARE(mins[0].y, 100.0);
+    QCOMPARE(levels[0].y, 100.0);
+    QVERIFY(qFuzzyCompare(mins[1].x, 3.0 - 0.000998));
+    QCOMPARE(mins[1].y, 500.0);
+    QCOMPARE(levels[1].y, 100.0); // the last sample of frame 7 was still in this bin
+}
+
+void TestSeries::samplesOutsideTheVisibleSpanCountButAreNotDrawn()
+{
+    CxCameraLineData line;
+    fillKnownStore(line);
+    const QCPRange range(-1.0, 0.0);
+    // Visible from T0 + 10 us: frame 7's samples at 1 and 5 us are not drawn.
+    QVERIFY(line.calculateGraphsThrougput(m_min, nullptr, &range, kT0 + 10, kT0 + 2000, 0.0));
+    const QList<SxPoint> mins = points(m_min);
+    QCOMPARE(mins.size(), 4);
+    QCOMPARE(mins[0].y, 100.0); // the bin holds the 250 MB/s sample of 5 us too
+    QCOMPARE(line.minThroughput, 100.0);
+    QCOMPARE(m_level->dataCount(), 0);
+}
+
+void TestSeries::nullGraphsAndRangeRefreshOnlyTheStatistics()
+{
+    CxCameraLineData line;
+    fillKnownStore(line);
+    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
+    QCOMPARE(line.minThroughput, 100.0);
+    QCOMPARE(line.maxBufferLevel, 100.0);
+    QCOMPARE(line.bufferOverflowCount, quint64(1));
+    QCOMPARE(line.avgThroughput, 531.25);
+    const QCPRange range(-1.0, 0.0);
+    QVERIFY(line.calculateGraphsThrougput(m_min, m_level, nullptr, kT0 - 100, kT0 + 2000, 0.0));
+    QCOMPARE(m_min->dataCount(), 0);
+    CxCameraLineData empty;
+    QVERIFY(!empty.calculateGraphsThrougput(m_min, m_level, &range, 0, 1000, 0.0));
+}
+
+void TestSeries::marginFollowsTheAverageFrameTime()
+{
+    CxCameraLineData line;
+    fillKnownStore(line);
+    // A 100 us span: with frames of 20 us on average the margin is the span itself, so a
+    // visible range ending 50 us before frame 7 still takes it in, but not frame 8.
+    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 150, kT0 - 50, 0.0));
+    QCOMPARE(line.avgThroughput, 312.5);
+    QVERIFY(!line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 250, kT0 - 150, 0.0));
+    // Frames of 600.9 us on average: twice that exceeds the span, the margin is 600 us.
+    line.frameTimeAvg = 600.9;
+    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 699, kT0 - 599, 0.0));
+    QCOMPARE(line.avgThroughput, 312.5);
+    QVERIFY(!line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 700, kT0 - 600, 0.0));
+}
+
+void TestSeries::framesOutsideTheMarginsResetTheStatisticsAndFail()
+{
+    CxCameraLineData line;
+    fillKnownStore(line);
+    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
+    // Long after the last frame: nothing selected.
+    QVERIFY(!line.calculateGraphsThrougput(m_min, m_level, nullptr, kT0 + 50000, kT0 + 51000, 0.0));
+    QCOMPARE(line.minThroughput, DBL_MAX);
+    QCOMPARE(line.maxBufferLevel, 0.0);
+    QCOMPARE(line.bufferOverflowCount, quint64(0));
+    QCOMPARE(line.avgThroughput, 531.25); // untouched
+    // Long before the first frame: frames start beyond the upper bound.
+    QVERIFY(!line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 90000, kT0 - 89000, 0.0));
+}
+
+void TestSeries::degenerateFramesCountTowardsTheAverage()
+{
+    CxCameraLineData line;
+    line.samplePeriod = 1000;
+    line.cameraBufferSize = 1000;
+    addFrame(line, 1, kT0, {0, 1000});  // 1000 x 2 / 1000 x 250 = 500 MB/s
+    addFrame(line, 2, kT0 + 10, {5000}); // one sample, span 0: infinite
+    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 100, 0.0));
+    QVERIFY(std::isinf(line.avgThroughput));
+    QCOMPARE(line.minThroughput, 250.0);
+
+    // A frame without samples at all makes it 0 / 0.
+    CxCameraLineData second;
+    second.samplePeriod = 1000;
+    addFrame(second, 1, kT0, {0, 1000});
+    addFrame(second, 2, kT0 + 10, {});
+    QVERIFY(second.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 100, 0.0));
+    QVERIFY(std::isnan(second.avgThroughput));
+}
+
+void TestSeries::equalSamplesGiveAnInfiniteSpeedThatIsNeverTheMinimum()
+{
+    CxCameraLineData line;
+    line.samplePeriod = 1000;
+    line.requiredThroughput = 500;
+    line.cameraBufferSize = 1000;
+    addFrame(line, 1, kT0, {0, 500, 500, 1000});
+    const QCPRange range(-1.0, 0.0);
+    QVERIFY(line.calculateGraphsThrougput(m_min, m_level, &range, kT0 - 100, kT0 + 100, 0.0));
+    QCOMPARE(line.minThroughput, 500.0);
+    for (const SxPoint& point : points(m_min))
+        QVERIFY(!std::isinf(point.y));
+}
+
+void TestSeries::relativeTimeWrapsBeyond35Minutes()
+{
+    CxCameraLineData line;
+    line.samplePeriod = 1000;
+    line.cameraBufferSize = 1000;
+    line.frameTimeAvg = 10.0;
+    const qint64 end = kT0 + 2200LL * 1000000; // 2200 s after the frame
+    addFrame(line, 1, kT0, {0, 250, 500});
+    const QCPRange range(-2300.0, 0.0);
+    QVERIFY(line.calculateGraphsThrougput(m_min, nullptr, &range, kT0 - 100, end, 0.0));
+    const QList<SxPoint> mins = points(m_min);
+    QCOMPARE(mins.size(), 1);
+    // -2200 s does not fit 32 bits and lands near +2095 s.
+    const double expected = double(qint32(quint32(quint64(kT0 + 2) - quint64(end)))) / 1e6;
+    QCOMPARE(mins[0].x, expected);
+    QVERIFY(mins[0].x > 2000.0);
+}
+
+void TestSeries::workArraysAreReusedAcrossRefreshes()
+{
+    CxCameraLineData line;
+    fillKnownStore(line);
+    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
+    double* speeds = line.speedsBuffer;
+    QCOMPARE(line.bufferCapacity, quint64(4)); // the first frame's sample count minus one
+    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
+    QCOMPARE(line.speedsBuffer, speeds);
+    // A later, larger frame grows the arrays instead of overrunning them.
+    addFrame(line, 9, kT0 + 1500, {0, 250, 500, 750, 1000, 1250, 1500, 1750});
+    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
+    QCOMPARE(line.bufferCapacity, quint64(7));
+}
+
+void TestSeries::acquisitionPointsFromCounterRecords()
+{
+    CxCameraLineData line;
+    line.measureMode = MeasureModeStandardAcquisition;
+    QCPGraph* graphs[5];
+    for (QCPGraph*& graph : graphs)
+        graph = m_plot->addGraph();
+    const QCPRange range(-10.0, 1.0);
+    QVERIFY(!line.calculateGraphsAcquisition(graphs[0], graphs[1], graphs[2], graphs[3], graphs[4], &range, 0, 10,
+                                             0.0));
+    line.frameTimeAvg = 1000.0;
+    for (int i = 0; i < 6; ++i)
+        addRecord(line, kT0 + i * 1000, i * 10);
+    // One point per 1.5 ms at most; the first record is never drawn.
+    QVERIFY(line.calculateGraphsAcquisition(graphs[0], nullptr, graphs[2], graphs[3], graphs[4], &range, kT0,
+                                            kT0 + 5000, 1.5));
+    const QList<SxPoint> skips = points(graphs[0]);
+    QCOMPARE(skips.size(), 2);
+    QVERIFY(qFuzzyCompare(skips[0].x, 1.0 - 0.003));
+    QCOMPARE(skips[0].y, 20.0);
+    QVERIFY(qFuzzyCompare(skips[1].x, 1.0 - 0.001));
+    QCOMPARE(skips[1].y, 40.0);
+    QCOMPARE(points(graphs[2]).at(1).y, 43.0);
+    QCOMPARE(points(graphs[3]).at(1).y, 44.0);
+    QCOMPARE(points(graphs[4]).at(1).y, 45.0);
+    QCOMPARE(graphs[1]->dataCount(), 0);
+    // True even when nothing is drawn.
+    QVERIFY(line.calculateGraphsAcquisition(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, kT0 + 900000,
+                                            kT0 + 900001, 0.0));
+}
+
+void TestSeries::acquisitionMarginIsTenAverageIntervals()
+{
+    CxCameraLineData line;
+    line.measureMode = MeasureModeStandardAcquisition;
+    for (int i = 0; i < 40; ++i)
+        addRecord(line, kT0 + i * 1000, i);
+    const QCPRange range(-1.0, 0.0);
+    // 10 x 150.7 us exceeds the 1 us span: margin = 150 x 10 = 1500 us around [T0+20000, T0+20001].
+    line.frameTimeAvg = 150.7;
+    QVERIFY(line.calculateGraphsAcquisition(m_min, nullptr, nullptr, nullptr, nullptr, &range, kT0 + 20000,
+                                            kT0 + 20001, 0.0));
+    // Records at 18.5 .. 21.5 ms are taken: 19, 20 and 21 ms; the first only starts the line.
+    QCOMPARE(m_min->dataCount(), 2);
+    QCOMPARE(points(m_min).at(0).y, 20.0);
+    QCOMPARE(points(m_min).at(1).y, 21.0);
+}
+
+void TestSeries::csvRowsCarryTheFillAcrossFrames()
+{
+    CxCameraLineData line;
+    line.cameraName = QStringLiteral("left");
+    fillKnownStore(line);
+    const QString path = m_dir.filePath(QStringLiteral("all.csv"));
+    line.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 2000);
+    QCOMPARE(readFile(path), kHeader + "7,1,1000,4001000,500,1000,0,0\n"
+                                       "7,5,1000,4005000,500,250,1000,100\n"
+                                       "7,15,1000,4015000,500,100,1000,100\n"
+                                       "7,16,1000,4016000,500,1000,500,50\n"
+                                       "8,2,1000,8002000,500,500,500,50\n"
+                                       "8,4,1000,8004000,500,500,500,50\n");
+}
+
+void TestSeries::csvRowsFollowTheRange()
+{
+    CxCameraLineData line;
+    fillKnownStore(line);
+    const QString path = m_dir.filePath(QStringLiteral("range.csv"));
+    // Rows before T0 + 10 are skipped, but the interval of the next row starts at the
+    // skipped sample; the fill starts at 0 with the first exported row.
+    line.exportDataToFile(path, nullptr, kT0 + 10, kT0 + 15);
+    QCOMPARE(readFile(path), kHeader + "7,15,1000,4015000,500,100,1000,100\n");
+    line.exportDataToFile(path, nullptr, kT0 + 50000, kT0 + 60000);
+    QCOMPARE(readFile(path), kHeader);
+    // A frame with a single sample writes nothing.
+    CxCameraLineData single;
+    single.samplePeriod = 1000;
+    single.cameraBufferSize = 1000;
+    addFrame(single, 3, kT0, {123});
+    single.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 100);
+    QCOMPARE(readFile(path), kHeader);
+}
+
+void TestSeries::csvClosingTheDialogCancels()
+{
+    CxCameraLineData line;
+    line.cameraName = QStringLiteral("right");
+    fillKnownStore(line);
+    QWidget parent;
+    QString label;
+    QString title;
+    int maximum = -1;
+    bool cancelVisible = true;
+    QTimer::singleShot(0, this, [&] {
+        auto* dialog = parent.findChild<QProgressDialog*>();
+        if (!dialog)
+            return;
+        label = dialog->labelText();
+        title = dialog->windowTitle();
+        maximum = dialog->maximum();
+        cancelVisible = dialog->findChild<QPushButton*>()->isVisible();
+        dialog->close();
+    });
+    const QString path = m_dir.filePath(QStringLiteral("cancel.csv"));
+    line.exportDataToFile(path, &parent, kT0 - 100, kT0 + 2000);
+    QCOMPARE(label, QStringLiteral("Exporting right data"));
+    QCOMPARE(title, QStringLiteral("Data throughput monitor"));
+    QCOMPARE(maximum, 2);
+    QVERIFY(!cancelVisible);
+    QCOMPARE(readFile(path), kHeader);
+    QCOMPARE(parent.findChild<QProgressDialog*>(), nullptr); // gone with the call
+}
+
+void TestSeries::csvWritesNothingInAcquisitionModeOrForAnUnopenableFile()
+{
+    CxCameraLineData line;
+    fillKnownStore(line);
+    line.measureMode = MeasureModeStandardAcquisition;
+    const QString path = m_dir.filePath(QStringLiteral("acquisition.csv"));
+    line.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 2000);
+    QVERIFY(!QFile::exists(path));
+
+    line.measureMode = MeasureModeDataThroughput;
+    line.exportDataToFile(m_dir.filePath(QStringLiteral("no/such/dir/x.csv")), nullptr, kT0 - 100, kT0 + 2000);
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        QVERIFY(!qobject_cast<QMessageBox*>(widget) || !widget->isVisible());
+}
+
+void TestSeries::csvInfiniteSpeedAndNotANumberFill()
+{
+    CxCameraLineData line;
+    line.samplePeriod = 1000;
+    line.requiredThroughput = 500;
+    line.cameraBufferSize = 1000;
+    addFrame(line, 4, kT0, {0, 250, 250});
+    const QString path = m_dir.filePath(QStringLiteral("inf.csv"));
+    line.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 100);
+    QCOMPARE(readFile(path), kHeader + "4,1,1000,1000,500,1000,0,0\n"
+                                       "4,1,1000,1000,500,inf,nan,nan\n");
+}
+
+void TestSeries::measuredDipShowsInTheMinimumSeries()
+{
+    CxSimCameraConfig config = camera("dip", 400.0, 1024, 1024);
+    config.link.dips.append({100.0, 2.0, 150.0, 30.0}); // 2 ms at 150 MB/s every 100 ms from 30 ms on
+    KSCORE_HANDLE hCam = open(config);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    line->autoTransport = false;
+    line->requiredThroughput = 380;
+    QVERIFY(line->startMeasurement(4096, 3000000));
+    QTRY_VERIFY_WITH_TIMEOUT(sim(hCam)->capturesDelivered() >= 120, 30000); // about 630 ms of link time
+    QVERIFY(line->stopMeasurement());
+
+    // The first frame left at camera time 0, so its time stamp is the run's reference.
+    const qint64 reference = line->frames.first()->timestamp;
+    const qint64 start = reference;
+    const qint64 end = line->frames.last()->timestamp + 5000;
+    const QCPRange range(-double(end - start) / 1e6, 0.0);
+    QVERIFY(line->calculateGraphsThrougput(m_min, m_level, &range, start, end, 0.05));
+    int dipPoints = 0;
+    for (const SxPoint& point : points(m_min)) {
+        const double cameraMs = ((point.x - range.upper) * 1e6 + double(end - reference)) / 1000.0;
+        const double phase = cameraMs < 30.0 ? 50.0 : std::fmod(cameraMs - 30.0, 100.0);
+        if (phase > 0.2 && phase < 1.9) {
+            QVERIFY2(std::fabs(point.y - 150.0) < 1.5, qPrintable(QStringLiteral("%1 ms: %2").arg(cameraMs).arg(point.y)));
+            ++dipPoints;
+        } else if (phase > 2.3 && phase < 99.8) {
+            QVERIFY2(std::fabs(point.y - 400.0) < 4.0, qPrintable(QStringLiteral("%1 ms: %2").arg(cameraMs).arg(point.y)));
+        }
+    }
+    QVERIFY2(dipPoints >= 60, qPrintable(QString::number(dipPoints))); // six dips, 1.7 ms each at 50 us a point
+    QVERIFY(std::fabs(line->minThroughput - 150.0) < 1.5);
+    // Short dips barely move the average away from the base rate.
+    QVERIFY2(std::fabs(line->avgThroughput - 400.0) / 400.0 < 0.015, qPrintable(QString::number(line->avgThroughput)));
+    // 380 MB/s required against 150 MB/s for 2 ms fills about 460 kB of the default 64 MiB buffer.
+    QVERIFY(line->maxBufferLevel > 0.5 && line->maxBufferLevel < 1.0);
+    QCOMPARE(line->bufferOverflowCount, quint64(0));
+}
+
+QTEST_MAIN(TestSeries)
+#include "tst_series.moc"
