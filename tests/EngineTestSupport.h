@@ -28,7 +28,8 @@ public:
     // True when a message carries the source line and the text.
     bool contains(int line, const QString& text) const
     {
-        const QString place = QStringLiteral("plugins/kspDataThroughputGraph/CameraLineData L %1 :").arg(line);
+        const QString place =
+            QStringLiteral("plugins/kspDataThroughputGraph/CameraLineData L %1 :").arg(line);
         for (const QString& message : messages())
             if (message.contains(place) && message.contains(text))
                 return true;

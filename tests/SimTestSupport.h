@@ -11,7 +11,8 @@
 namespace simtest {
 
 // A camera with a plain link and no disturbances, unpaced, so tests run at full speed.
-inline CxSimCameraConfig camera(const QString& id, double linkRate = 400.0, int width = 1024, int height = 1024)
+inline CxSimCameraConfig camera(const QString& id, double linkRate = 400.0, int width = 1024,
+                                int height = 1024)
 {
     CxSimCameraConfig config;
     config.id = id;
@@ -40,9 +41,10 @@ inline CxSimCamera* sim(KSCORE_HANDLE hCam)
 // Puts the camera into the throughput test-pattern configuration, time stamps reset at start.
 inline bool selectCounterPattern(KSCORE_HANDLE hCam)
 {
-    return ksApi_SetParamInt(hCam, "imgdataformat", 7) && ksApi_SetParamInt(hCam, "test_pattern_generator_selector", 1)
-           && ksApi_SetParamInt(hCam, "test_pattern", 11) && ksApi_SetParamInt(hCam, "ts_rst_mode", 0)
-           && ksApi_SetParamInt(hCam, "ts_rst_source", 19);
+    return ksApi_SetParamInt(hCam, "imgdataformat", 7) &&
+           ksApi_SetParamInt(hCam, "test_pattern_generator_selector", 1) &&
+           ksApi_SetParamInt(hCam, "test_pattern", 11) && ksApi_SetParamInt(hCam, "ts_rst_mode", 0) &&
+           ksApi_SetParamInt(hCam, "ts_rst_source", 19);
 }
 
 inline bool grab(KSCORE_HANDLE hCam, KS_IMG* image, unsigned int timeoutMs = 5000, int* error = nullptr)

@@ -194,7 +194,8 @@ void TestHostClasses::delegateRecordsCallsUntilAHostInstallsItsOwn()
     QVERIFY(recorder);
     recorder->clearCalls();
     QWidget panel;
-    recorder->addPluginWidget(&panel, Qt::BottomDockWidgetArea, Qt::TopDockWidgetArea | Qt::BottomDockWidgetArea, 0);
+    recorder->addPluginWidget(&panel, Qt::BottomDockWidgetArea,
+                              Qt::TopDockWidgetArea | Qt::BottomDockWidgetArea, 0);
     recorder->setCameraControlEnabled(reinterpret_cast<KSCORE_HANDLE>(quintptr(0x1230)), false);
     recorder->setLastUsedDirectory(QStringLiteral("/tmp/exports"));
     QCOMPARE(recorder->calls(), QStringList({"addPluginWidget 8 12 0", "setCameraControlEnabled 0x1230 false",
@@ -246,7 +247,8 @@ void TestHostClasses::exportButtonSavesAndCopiesImages()
     for (const char* suffix : {"png", "jpg", "bmp"}) {
         const QString file = dir.filePath(QStringLiteral("graph.%1").arg(QLatin1String(suffix)));
         button.setPresetFileName(file);
-        QVERIFY(button.exportImage(image, CxExportToolButton::etSaveToFile, nullptr, QStringLiteral("PNG (*.png)")));
+        QVERIFY(button.exportImage(image, CxExportToolButton::etSaveToFile, nullptr,
+                                   QStringLiteral("PNG (*.png)")));
         QImageReader reader(file);
         QCOMPARE(reader.format(), QByteArray(suffix == QByteArray("jpg") ? "jpeg" : suffix));
         QCOMPARE(reader.size(), QSize(40, 30));
@@ -329,8 +331,9 @@ void TestHostClasses::badConfigurationNamesFileAndField_data()
     QTest::newRow("negative dip rate")
         << QByteArray(R"({"cameras": [{"link": {"dips": [{"period": 10, "rate": -1}]}}]})")
         << "cameras[0].link.dips[0].rate: must be greater than 0";
-    QTest::newRow("negative counter rate") << QByteArray(R"({"cameras": [{"counterRates": {"apiSkip": -1}}]})")
-                                           << "cameras[0].counterRates.apiSkip: must not be negative";
+    QTest::newRow("negative counter rate")
+        << QByteArray(R"({"cameras": [{"counterRates": {"apiSkip": -1}}]})")
+        << "cameras[0].counterRates.apiSkip: must not be negative";
     QTest::newRow("negative buffer") << QByteArray(R"({"cameras": [{"bufferSize": -1}]})")
                                      << "cameras[0].bufferSize: must not be negative";
     QTest::newRow("bad pacing") << QByteArray(R"({"cameras": [{"pacing": "fast"}]})") << "cameras[0].pacing:";
@@ -340,8 +343,9 @@ void TestHostClasses::badConfigurationNamesFileAndField_data()
                                   << "cameras[1].id: \"x\" is used twice";
     QTest::newRow("unknown parameter") << QByteArray(R"({"cameras": [{"parameters": {"gain_db": 3}}]})")
                                        << "cameras[0].parameters: unknown parameter \"gain_db\"";
-    QTest::newRow("parameter out of range") << QByteArray(R"({"cameras": [{"parameters": {"imgdataformat": 9}}]})")
-                                            << "cameras[0].parameters: parameter \"imgdataformat\" cannot take 9";
+    QTest::newRow("parameter out of range")
+        << QByteArray(R"({"cameras": [{"parameters": {"imgdataformat": 9}}]})")
+        << "cameras[0].parameters: parameter \"imgdataformat\" cannot take 9";
 }
 
 void TestHostClasses::badConfigurationNamesFileAndField()
@@ -360,7 +364,8 @@ void TestHostClasses::missingConfigurationFileIsAnError()
 {
     QString error;
     QVERIFY(!CxSimulation::loadConfigurationFile(QStringLiteral("/nonexistent/cameras.json"), &error));
-    QVERIFY2(error.startsWith(QStringLiteral("/nonexistent/cameras.json: cannot be read")), qPrintable(error));
+    QVERIFY2(error.startsWith(QStringLiteral("/nonexistent/cameras.json: cannot be read")),
+             qPrintable(error));
 }
 
 QTEST_MAIN(TestHostClasses)

@@ -79,8 +79,8 @@ void TestMeasurement::newLineIsIdleWithSixCounters()
     CxCameraLineData line;
     QVERIFY(!line.isMeasurementRunning());
     QCOMPARE(line.counters.size(), 6);
-    const QStringList names = {"Transport skip",      "API skip",           "Transferred",
-                               "Missed trg. overlap", "Missed trg overflow", "Buffer overflow"};
+    const QStringList names = {"Transport skip",      "API skip",       "Transferred", "Missed trg. overlap",
+                               "Missed trg overflow", "Buffer overflow"};
     for (int i = 0; i < 6; ++i) {
         QCOMPARE(int(line.counters[i]->selector), i);
         QCOMPARE(line.counters[i]->name, names[i]);
@@ -249,12 +249,14 @@ void TestMeasurement::failedStartRestoresTheCamera()
     QVERIFY(!line->startMeasurement(4096, 1000));
     QVERIFY(!line->isMeasurementRunning());
     QCOMPARE(line->acquisitionThread, nullptr);
-    QVERIFY(log.contains(250, QStringLiteral("CxCameraLineData::startMeasurement(): ksApi_StartAcquisition failed")));
+    QVERIFY(log.contains(
+        250, QStringLiteral("CxCameraLineData::startMeasurement(): ksApi_StartAcquisition failed")));
     const QStringList all = calls(hCam);
     const int start = all.indexOf(QStringLiteral("start"));
     QCOMPARE(all.mid(start - 2, 2), QStringList({"set ts_rst_mode 0", "set ts_rst_source 19"}));
-    QCOMPARE(all.mid(start + 1, 3), QStringList({"set device_unit_selector 1", "set device_unit_register_selector 55",
-                                                 "set device_unit_register_value 1"}));
+    QCOMPARE(all.mid(start + 1, 3),
+             QStringList({"set device_unit_selector 1", "set device_unit_register_selector 55",
+                          "set device_unit_register_value 1"}));
     QCOMPARE(all.last(), QStringLiteral("set dp_param_value 10"));
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
 }
@@ -269,7 +271,8 @@ void TestMeasurement::failedStopStillRestores()
     sim(hCam)->clearCallLog();
     QVERIFY(line->stopMeasurement());
     QVERIFY(!line->isMeasurementRunning());
-    QVERIFY(log.contains(281, QStringLiteral("CxCameraLineData::stopMeasurement(): ksApi_StopAcquisition failed")));
+    QVERIFY(log.contains(
+        281, QStringLiteral("CxCameraLineData::stopMeasurement(): ksApi_StopAcquisition failed")));
     QCOMPARE(calls(hCam).first(), QStringLiteral("stop"));
     QCOMPARE(calls(hCam).last(), QStringLiteral("set dp_param_value 10"));
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("test_pattern")), 0);
@@ -325,8 +328,8 @@ void TestMeasurement::unknownModeInTheWorkerEndsAtOnce()
     thread.start();
     QVERIFY(thread.wait(5000));
     QVERIFY(log.messages().size() == 1);
-    QVERIFY(log.messages().first().contains(
-        QStringLiteral("CameraLineData L 31 :  \"CxAcquisitionThread::run(): Unknown measurement mode selected\"")));
+    QVERIFY(log.messages().first().contains(QStringLiteral(
+        "CameraLineData L 31 :  \"CxAcquisitionThread::run(): Unknown measurement mode selected\"")));
 }
 
 void TestMeasurement::captureTimeoutsLeaveTheStoreAndLogOncePerTimeout()
@@ -370,14 +373,16 @@ void TestMeasurement::throughputMatchesTheLinkRate()
     QVERIFY(runUntilDelivered(line.get(), 30));
     double spanSum = 0.0;
     for (const CxCameraLineData::CxFrameData* frame : std::as_const(line->frames)) {
-        const double throughput = double(quint64(line->samplePeriod) * frame->sampleCount) / double(frame->sampleSpan) * 250.0;
+        const double throughput =
+            double(quint64(line->samplePeriod) * frame->sampleCount) / double(frame->sampleSpan) * 250.0;
         QVERIFY2(std::fabs(throughput - rate) / rate < 0.005,
                  qPrintable(QStringLiteral("%1 MB/s against %2").arg(throughput).arg(rate)));
         spanSum += double(frame->sampleSpan) / 250.0;
     }
     // The statistics follow every stored frame of this run.
     QCOMPARE(line->frameTimeCount, quint64(line->frames.size()));
-    QVERIFY(std::fabs(line->frameTimeAvg - spanSum / double(line->frames.size())) < 1e-6 * line->frameTimeAvg);
+    QVERIFY(std::fabs(line->frameTimeAvg - spanSum / double(line->frames.size())) <
+            1e-6 * line->frameTimeAvg);
     QVERIFY(line->frameTimeMin <= line->frameTimeAvg && line->frameTimeAvg <= line->frameTimeMax);
 }
 

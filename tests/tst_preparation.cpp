@@ -13,28 +13,42 @@ using namespace simtest;
 namespace {
 
 const QStringList kSaveReads = {
-    "get imgdataformat",  "get output_bit_depth",      "get output_bit_packing", "get buffer_policy",
+    "get imgdataformat",         "get output_bit_depth",   "get output_bit_packing", "get buffer_policy",
     "get column_fpn_correction", "get row_fpn_correction", "get LUTEnable",
 };
 const QStringList kThroughputWrites = {
-    "set buffer_policy 0",         "set imgdataformat 7",        "set output_bit_depth 16",
-    "set output_bit_packing 0",    "set column_fpn_correction 0", "set row_fpn_correction 0",
-    "set LUTEnable 0",             "get test_pattern_generator_selector", "set test_pattern_generator_selector 1",
-    "get test_pattern",            "set test_pattern 11",
+    "set buffer_policy 0",
+    "set imgdataformat 7",
+    "set output_bit_depth 16",
+    "set output_bit_packing 0",
+    "set column_fpn_correction 0",
+    "set row_fpn_correction 0",
+    "set LUTEnable 0",
+    "get test_pattern_generator_selector",
+    "set test_pattern_generator_selector 1",
+    "get test_pattern",
+    "set test_pattern 11",
 };
-const QStringList kFrameBufferQueries = {
-    "set dp_unit_selector:settable 1", "set dp_proc_selector:settable 5", "set dp_param_selector:settable 6"};
-const QStringList kFrameBufferWrites = {
-    "set dp_unit_selector 1", "set dp_proc_selector 5", "set dp_param_selector 6", "set dp_param_value 9"};
-const QStringList kDeviceRegisterWrites = {
-    "set device_unit_selector 1", "set device_unit_register_selector 55", "set device_unit_register_value 25000"};
+const QStringList kFrameBufferQueries = {"set dp_unit_selector:settable 1", "set dp_proc_selector:settable 5",
+                                         "set dp_param_selector:settable 6"};
+const QStringList kFrameBufferWrites = {"set dp_unit_selector 1", "set dp_proc_selector 5",
+                                        "set dp_param_selector 6", "set dp_param_value 9"};
+const QStringList kDeviceRegisterWrites = {"set device_unit_selector 1",
+                                           "set device_unit_register_selector 55",
+                                           "set device_unit_register_value 25000"};
 const QStringList kBufferSizeRead = {"set dp_param_selector 7", "get dp_param_value"};
 
 // Restore of a camera at its power-on values.
 const QStringList kRestoreSavedValues = {
-    "set test_pattern 0",      "set test_pattern_generator_selector 0", "set output_bit_packing 1",
-    "set output_bit_depth 12", "set imgdataformat 0",                   "set buffer_policy 1",
-    "set column_fpn_correction 1", "set row_fpn_correction 1",          "set LUTEnable 0",
+    "set test_pattern 0",
+    "set test_pattern_generator_selector 0",
+    "set output_bit_packing 1",
+    "set output_bit_depth 12",
+    "set imgdataformat 0",
+    "set buffer_policy 1",
+    "set column_fpn_correction 1",
+    "set row_fpn_correction 1",
+    "set LUTEnable 0",
 };
 const QStringList kRestoreDeviceRegister = {
     "set device_unit_selector 1", "set device_unit_register_selector 55", "set device_unit_register_value 1"};
@@ -74,9 +88,8 @@ void TestPreparation::throughputSetupWritesInOrder()
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
     sim(hCam)->clearCallLog();
     QVERIFY(line->setupCameraParameters());
-    QCOMPARE(calls(hCam),
-             kSaveReads + kThroughputWrites + kFrameBufferQueries + kFrameBufferWrites + kDeviceRegisterWrites
-                 + kBufferSizeRead);
+    QCOMPARE(calls(hCam), kSaveReads + kThroughputWrites + kFrameBufferQueries + kFrameBufferWrites +
+                              kDeviceRegisterWrites + kBufferSizeRead);
     QVERIFY(line->frameBufferModeChanged);
     QVERIFY(line->deviceRegisterChanged);
     QCOMPARE(line->cameraBufferSize, 9000000);
@@ -93,7 +106,8 @@ void TestPreparation::throughputRestoreWritesSavedValuesBack()
     sim(hCam)->clearCallLog();
     line->restoreCameraParameters();
     // The frame-buffer value goes to whatever is selected: the buffer size, after setup.
-    QCOMPARE(calls(hCam), kRestoreDeviceRegister + kRestoreSavedValues + QStringList{"set dp_param_value 10"});
+    QCOMPARE(calls(hCam),
+             kRestoreDeviceRegister + kRestoreSavedValues + QStringList{"set dp_param_value 10"});
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("buffer_policy")), 1);
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("test_pattern")), 0);
@@ -110,7 +124,8 @@ void TestPreparation::setupFailureAtEachStepRestoresEverything_data()
     QTest::newRow("image format") << "imgdataformat" << int(ExParamOp::Set) << 364 << saves + 2;
     QTest::newRow("bit depth") << "output_bit_depth" << int(ExParamOp::Set) << 369 << saves + 3;
     QTest::newRow("bit packing") << "output_bit_packing" << int(ExParamOp::Set) << 374 << saves + 4;
-    QTest::newRow("generator read") << "test_pattern_generator_selector" << int(ExParamOp::Get) << 385 << saves + 8;
+    QTest::newRow("generator read") << "test_pattern_generator_selector" << int(ExParamOp::Get) << 385
+                                    << saves + 8;
     QTest::newRow("generator write") << "test_pattern_generator_selector" << int(ExParamOp::Set) << 390
                                      << saves + 9;
     QTest::newRow("pattern read") << "test_pattern" << int(ExParamOp::Get) << 395 << saves + 10;
@@ -163,8 +178,8 @@ void TestPreparation::refusedBufferPolicyRestoresAllNineSavedValues()
     QVERIFY(!line->startMeasurement(4096, 1000));
     const QStringList all = calls(hCam);
     QCOMPARE(all.mid(kSaveReads.size() + 1),
-             QStringList({"set test_pattern 4", "set test_pattern_generator_selector 1"}) + kRestoreSavedValues.mid(2)
-                 + QStringList{"set dp_param_value 10"});
+             QStringList({"set test_pattern 4", "set test_pattern_generator_selector 1"}) +
+                 kRestoreSavedValues.mid(2) + QStringList{"set dp_param_value 10"});
 }
 
 void TestPreparation::frameBufferLeftAloneWhenSelectorsAreNotSettable()
@@ -177,8 +192,8 @@ void TestPreparation::frameBufferLeftAloneWhenSelectorsAreNotSettable()
     QVERIFY(line->setupCameraParameters());
     QVERIFY(!line->frameBufferModeChanged);
     QCOMPARE(line->cameraBufferSize, 32768);
-    QCOMPARE(calls(hCam), kSaveReads + kThroughputWrites + kFrameBufferQueries + kDeviceRegisterWrites
-                              + QStringList{"set dp_param_selector 7"});
+    QCOMPARE(calls(hCam), kSaveReads + kThroughputWrites + kFrameBufferQueries + kDeviceRegisterWrites +
+                              QStringList{"set dp_param_selector 7"});
     sim(hCam)->clearCallLog();
     line->restoreCameraParameters();
     QVERIFY(!calls(hCam).contains(QStringLiteral("set dp_param_value 10")));
@@ -204,7 +219,8 @@ void TestPreparation::deviceRegisterFlagNeedsAllThreeWrites()
     QVERIFY(line->setupCameraParameters());
     QVERIFY(!line->deviceRegisterChanged);
     QStringList log = calls(hCam);
-    QVERIFY(!log.contains(QStringLiteral("set device_unit_register_value 25000"))); // not tried after a failure
+    QVERIFY(
+        !log.contains(QStringLiteral("set device_unit_register_value 25000"))); // not tried after a failure
     sim(hCam)->clearCallLog();
     line->restoreCameraParameters();
     QCOMPARE(calls(hCam).first(), QStringLiteral("set test_pattern 0"));
@@ -228,7 +244,8 @@ void TestPreparation::acquisitionSetupProbesCountersAndBufferPolicy()
     QStringList expected;
     for (int selector = 0; selector < 6; ++selector)
         expected << QStringLiteral("set counter_selector:settable %1").arg(selector);
-    expected << "get buffer_policy" << "set buffer_policy 0";
+    expected << "get buffer_policy"
+             << "set buffer_policy 0";
     QCOMPARE(calls(hCam), expected);
     const bool supported[6] = {true, false, true, false, false, true};
     for (int selector = 0; selector < 6; ++selector)
@@ -252,7 +269,8 @@ void TestPreparation::acquisitionSetupFailure()
     CxCriticalLog log;
     sim(hCam)->clearCallLog();
     QVERIFY(!line->startMeasurement(4096, 10));
-    QVERIFY(log.contains(460, QStringLiteral("ksApi_SetParamInt(KS_PRM_BUFFER_POLICY, KS_BP_UNSAFE) failed")));
+    QVERIFY(
+        log.contains(460, QStringLiteral("ksApi_SetParamInt(KS_PRM_BUFFER_POLICY, KS_BP_UNSAFE) failed")));
     QCOMPARE(calls(hCam).last(), QStringLiteral("set buffer_policy 1"));
 }
 
@@ -264,7 +282,8 @@ void TestPreparation::unknownModeIsRefused()
     CxCriticalLog log;
     sim(hCam)->clearCallLog();
     QVERIFY(!line->startMeasurement(4096, 10));
-    QVERIFY(log.contains(466, QStringLiteral("CxCameraLineData::setupCameraParameters(): Unknown measurement mode")));
+    QVERIFY(log.contains(
+        466, QStringLiteral("CxCameraLineData::setupCameraParameters(): Unknown measurement mode")));
     QVERIFY(calls(hCam).isEmpty()); // neither setup nor restore touches the camera
 }
 
@@ -328,8 +347,8 @@ void TestPreparation::transportSpeedKeptWhenSelectorsCannotBeRead()
     // The second selector is neither read after the failed first read nor written back
     // after the failed first write.
     QCOMPARE(calls(hCam), QStringList({"get device_unit_selector", "set device_unit_selector 8",
-                                       "set device_unit_register_selector 4096", "get device_unit_register_value",
-                                       "set device_unit_selector 0"}));
+                                       "set device_unit_register_selector 4096",
+                                       "get device_unit_register_value", "set device_unit_selector 0"}));
 }
 
 void TestPreparation::bufferSizeFallsBackWithoutSelector()

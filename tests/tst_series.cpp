@@ -83,8 +83,9 @@ QByteArray readFile(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
 }
 
-const QByteArray kHeader = "Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns], Req. throughput [MB/s], "
-                           "Link throughput [MB/s], Buffer filled [B], Max buffer level [%]\n";
+const QByteArray kHeader =
+    "Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns], Req. throughput [MB/s], "
+    "Link throughput [MB/s], Buffer filled [B], Max buffer level [%]\n";
 
 } // namespace
 
@@ -298,7 +299,7 @@ void TestSeries::degenerateFramesCountTowardsTheAverage()
     CxCameraLineData line;
     line.samplePeriod = 1000;
     line.cameraBufferSize = 1000;
-    addFrame(line, 1, kT0, {0, 1000});  // 1000 x 2 / 1000 x 250 = 500 MB/s
+    addFrame(line, 1, kT0, {0, 1000});   // 1000 x 2 / 1000 x 250 = 500 MB/s
     addFrame(line, 2, kT0 + 10, {5000}); // one sample, span 0: infinite
     QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 100, 0.0));
     QVERIFY(std::isinf(line.avgThroughput));
@@ -368,8 +369,8 @@ void TestSeries::acquisitionPointsFromCounterRecords()
     for (QCPGraph*& graph : graphs)
         graph = m_plot->addGraph();
     const QCPRange range(-10.0, 1.0);
-    QVERIFY(!line.calculateGraphsAcquisition(graphs[0], graphs[1], graphs[2], graphs[3], graphs[4], &range, 0, 10,
-                                             0.0));
+    QVERIFY(!line.calculateGraphsAcquisition(graphs[0], graphs[1], graphs[2], graphs[3], graphs[4], &range, 0,
+                                             10, 0.0));
     line.frameTimeAvg = 1000.0;
     for (int i = 0; i < 6; ++i)
         addRecord(line, kT0 + i * 1000, i * 10);
@@ -387,8 +388,8 @@ void TestSeries::acquisitionPointsFromCounterRecords()
     QCOMPARE(points(graphs[4]).at(1).y, 45.0);
     QCOMPARE(graphs[1]->dataCount(), 0);
     // True even when nothing is drawn.
-    QVERIFY(line.calculateGraphsAcquisition(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, kT0 + 900000,
-                                            kT0 + 900001, 0.0));
+    QVERIFY(line.calculateGraphsAcquisition(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                            kT0 + 900000, kT0 + 900001, 0.0));
 }
 
 void TestSeries::acquisitionMarginIsTenAverageIntervals()
@@ -483,7 +484,8 @@ void TestSeries::csvWritesNothingInAcquisitionModeOrForAnUnopenableFile()
     QVERIFY(!QFile::exists(path));
 
     line.measureMode = MeasureModeDataThroughput;
-    line.exportDataToFile(m_dir.filePath(QStringLiteral("no/such/dir/x.csv")), nullptr, kT0 - 100, kT0 + 2000);
+    line.exportDataToFile(m_dir.filePath(QStringLiteral("no/such/dir/x.csv")), nullptr, kT0 - 100,
+                          kT0 + 2000);
     for (QWidget* widget : QApplication::topLevelWidgets())
         QVERIFY(!qobject_cast<QMessageBox*>(widget) || !widget->isVisible());
 }
@@ -524,16 +526,20 @@ void TestSeries::measuredDipShowsInTheMinimumSeries()
         const double cameraMs = ((point.x - range.upper) * 1e6 + double(end - reference)) / 1000.0;
         const double phase = cameraMs < 30.0 ? 50.0 : std::fmod(cameraMs - 30.0, 100.0);
         if (phase > 0.2 && phase < 1.9) {
-            QVERIFY2(std::fabs(point.y - 150.0) < 1.5, qPrintable(QStringLiteral("%1 ms: %2").arg(cameraMs).arg(point.y)));
+            QVERIFY2(std::fabs(point.y - 150.0) < 1.5,
+                     qPrintable(QStringLiteral("%1 ms: %2").arg(cameraMs).arg(point.y)));
             ++dipPoints;
         } else if (phase > 2.3 && phase < 99.8) {
-            QVERIFY2(std::fabs(point.y - 400.0) < 4.0, qPrintable(QStringLiteral("%1 ms: %2").arg(cameraMs).arg(point.y)));
+            QVERIFY2(std::fabs(point.y - 400.0) < 4.0,
+                     qPrintable(QStringLiteral("%1 ms: %2").arg(cameraMs).arg(point.y)));
         }
     }
-    QVERIFY2(dipPoints >= 60, qPrintable(QString::number(dipPoints))); // six dips, 1.7 ms each at 50 us a point
+    QVERIFY2(dipPoints >= 60,
+             qPrintable(QString::number(dipPoints))); // six dips, 1.7 ms each at 50 us a point
     QVERIFY(std::fabs(line->minThroughput - 150.0) < 1.5);
     // Short dips barely move the average away from the base rate.
-    QVERIFY2(std::fabs(line->avgThroughput - 400.0) / 400.0 < 0.015, qPrintable(QString::number(line->avgThroughput)));
+    QVERIFY2(std::fabs(line->avgThroughput - 400.0) / 400.0 < 0.015,
+             qPrintable(QString::number(line->avgThroughput)));
     // 380 MB/s required against 150 MB/s for 2 ms fills about 460 kB of the default 64 MiB buffer.
     QVERIFY(line->maxBufferLevel > 0.5 && line->maxBufferLevel < 1.0);
     QCOMPARE(line->bufferOverflowCount, quint64(0));

@@ -60,12 +60,24 @@ void TestSimCamera::parametersHaveTheirPowerOnValues()
 {
     // The defaults the README documents; a change to the model must show up here.
     const QList<QPair<const char*, int>> expected = {
-        {"imgdataformat", 0},         {"buffer_policy", 1},       {"output_bit_depth", 12},
-        {"output_bit_packing", 1},    {"column_fpn_correction", 1}, {"row_fpn_correction", 1},
-        {"LUTEnable", 0},             {"test_pattern_generator_selector", 0}, {"test_pattern", 0},
-        {"ts_rst_mode", 1},           {"ts_rst_source", 0},       {"dp_unit_selector", 1},
-        {"dp_proc_selector", 5},      {"dp_param_selector", 0},   {"device_unit_selector", 0},
-        {"device_unit_register_selector", 0}, {"counter_selector", 0}, {"width", 1024},
+        {"imgdataformat", 0},
+        {"buffer_policy", 1},
+        {"output_bit_depth", 12},
+        {"output_bit_packing", 1},
+        {"column_fpn_correction", 1},
+        {"row_fpn_correction", 1},
+        {"LUTEnable", 0},
+        {"test_pattern_generator_selector", 0},
+        {"test_pattern", 0},
+        {"ts_rst_mode", 1},
+        {"ts_rst_source", 0},
+        {"dp_unit_selector", 1},
+        {"dp_proc_selector", 5},
+        {"dp_param_selector", 0},
+        {"device_unit_selector", 0},
+        {"device_unit_register_selector", 0},
+        {"counter_selector", 0},
+        {"width", 1024},
         {"height", 1024},
     };
     KSCORE_HANDLE hCam = open(camera("defaults"));
@@ -388,9 +400,8 @@ void TestSimCamera::callLogKeepsExactOrder()
     KS_IMG image;
     grab(hCam, &image);
     ksApi_StopAcquisition(hCam);
-    QCOMPARE(sim(hCam)->callLogText(),
-             QStringList({"get imgdataformat", "set buffer_policy 0", "set dp_unit_selector:settable 1", "start",
-                          "stop"}));
+    QCOMPARE(sim(hCam)->callLogText(), QStringList({"get imgdataformat", "set buffer_policy 0",
+                                                    "set dp_unit_selector:settable 1", "start", "stop"}));
     QCOMPARE(sim(hCam)->callLogText(true).at(4), QStringLiteral("image"));
     const QList<SxCallLogEntry> log = sim(hCam)->callLog();
     QVERIFY(log[1].ok);

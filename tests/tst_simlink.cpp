@@ -115,10 +115,12 @@ void TestSimLink::dipsAppearWhereConfigured()
             // Intervals that straddle a dip's edge are neither.
             const double phase = ms < 49.5 ? -1.0 : ms < 50.5 ? 99.9 : std::fmod(ms - 50.0, 100.0);
             if (phase >= 0.5 && phase < 19.5) {
-                QVERIFY2(std::fabs(s - 100.0) < 0.5, qPrintable(QStringLiteral("%1 ms: %2 MB/s").arg(ms).arg(s)));
+                QVERIFY2(std::fabs(s - 100.0) < 0.5,
+                         qPrintable(QStringLiteral("%1 ms: %2 MB/s").arg(ms).arg(s)));
                 ++inDip;
             } else if (phase < 0.0 || (phase > 20.5 && phase < 99.5)) {
-                QVERIFY2(std::fabs(s - 400.0) < 2.0, qPrintable(QStringLiteral("%1 ms: %2 MB/s").arg(ms).arg(s)));
+                QVERIFY2(std::fabs(s - 400.0) < 2.0,
+                         qPrintable(QStringLiteral("%1 ms: %2 MB/s").arg(ms).arg(s)));
                 ++outside;
             }
         }

@@ -9,10 +9,10 @@
 #include <QTextStream>
 #include <QTime>
 #include <algorithm>
-#include <qcustomplot.h>
 #include <cfloat>
 #include <cstring>
 #include <new>
+#include <qcustomplot.h>
 
 namespace {
 
@@ -73,9 +73,12 @@ CxCameraLineData::CxFrameData::~CxFrameData()
 CxCameraLineData::CxCameraLineData()
 {
     const QList<QPair<KS_COUNTER_SELECTOR, const char*>> table = {
-        {KS_CNT_TRANSPORT_SKIP, "Transport skip"},         {KS_CNT_API_SKIP, "API skip"},
-        {KS_CNT_TRANSFERRED, "Transferred"},               {KS_CNT_MISSED_TRG_OVERLAP, "Missed trg. overlap"},
-        {KS_CNT_MISSED_TRG_OVERFLOW, "Missed trg overflow"}, {KS_CNT_BUFFER_OVERFLOW, "Buffer overflow"},
+        {KS_CNT_TRANSPORT_SKIP, "Transport skip"},
+        {KS_CNT_API_SKIP, "API skip"},
+        {KS_CNT_TRANSFERRED, "Transferred"},
+        {KS_CNT_MISSED_TRG_OVERLAP, "Missed trg. overlap"},
+        {KS_CNT_MISSED_TRG_OVERFLOW, "Missed trg overflow"},
+        {KS_CNT_BUFFER_OVERFLOW, "Buffer overflow"},
     };
     for (const auto& [selector, name] : table)
         counters.append(new CxCounterInfo{selector, false, 0, QString::fromLatin1(name)});
@@ -98,6 +101,11 @@ void CxCameraLineData::clearData()
     frames.clear();
     qDeleteAll(counterSamples);
     counterSamples.clear();
+    releaseWorkArrays();
+}
+
+void CxCameraLineData::releaseWorkArrays()
+{
     delete[] speedsBuffer;
     delete[] bufferDeltasBuffer;
     delete[] offsetsBuffer;
@@ -117,21 +125,13 @@ bool CxCameraLineData::AllocateBuffers(unsigned int count)
 {
     if (measureMode != MeasureModeDataThroughput || count == bufferCapacity)
         return true;
-    delete[] speedsBuffer;
-    delete[] bufferDeltasBuffer;
-    delete[] offsetsBuffer;
+    releaseWorkArrays();
     // A corrupt sample count must not take the application down with it.
     speedsBuffer = new (std::nothrow) double[count];
     bufferDeltasBuffer = new (std::nothrow) double[count];
     offsetsBuffer = new (std::nothrow) quint64[count];
     if (!speedsBuffer || !bufferDeltasBuffer || !offsetsBuffer) {
-        delete[] speedsBuffer;
-        delete[] bufferDeltasBuffer;
-        delete[] offsetsBuffer;
-        speedsBuffer = nullptr;
-        bufferDeltasBuffer = nullptr;
-        offsetsBuffer = nullptr;
-        bufferCapacity = 0;
+        releaseWorkArrays();
         return false;
     }
     bufferCapacity = count;
@@ -199,7 +199,8 @@ bool CxCameraLineData::setupCameraParameters()
     if (!getParam(hCam, "test_pattern_generator_selector", savedTestPatternGeneratorSelector))
         return fail(385, "ksApi_GetParamInt(KS_PRM_TEST_PATTERN_GENERATOR_SELECTOR) failed");
     if (!setParam(hCam, "test_pattern_generator_selector", 1))
-        return fail(390, "ksApi_SetParamInt(KS_PRM_TEST_PATTERN_GENERATOR_SELECTOR, KS_TESTPAT_GEN_FPGA) failed");
+        return fail(390,
+                    "ksApi_SetParamInt(KS_PRM_TEST_PATTERN_GENERATOR_SELECTOR, KS_TESTPAT_GEN_FPGA) failed");
     if (!getParam(hCam, "test_pattern", savedTestPattern))
         return fail(395, "ksApi_GetParamInt(KS_PRM_TEST_PATTERN) failed");
     if (!setParam(hCam, "test_pattern", 11))
@@ -219,13 +220,14 @@ bool CxCameraLineData::setupCameraParameters()
         if (!setParam(hCam, "dp_param_selector", 6))
             return fail(425, "ksApi_SetParamInt(KS_PRM_DP_PARAM_SELECTOR, KS_DP_PARAM_FRAMEBUF_MODE) failed");
         if (!setParam(hCam, "dp_param_value", 9))
-            return fail(430,
-                        "ksApi_SetParamInt(KS_PRM_DP_PARAM_VALUE, KS_DP_PARAM_VALUE_FRAMEBUF_MODE_DISABLED) failed");
+            return fail(
+                430,
+                "ksApi_SetParamInt(KS_PRM_DP_PARAM_VALUE, KS_DP_PARAM_VALUE_FRAMEBUF_MODE_DISABLED) failed");
         frameBufferModeChanged = true;
     }
 
-    if (setParam(hCam, "device_unit_selector", 1) && setParam(hCam, "device_unit_register_selector", 55)
-        && setParam(hCam, "device_unit_register_value", 25000))
+    if (setParam(hCam, "device_unit_selector", 1) && setParam(hCam, "device_unit_register_selector", 55) &&
+        setParam(hCam, "device_unit_register_value", 25000))
         deviceRegisterChanged = true;
 
     cameraBufferSize = readInternalCameraBufferSize();
@@ -264,8 +266,8 @@ void CxCameraLineData::readDefaultAvgTransportSpeed()
 {
     int savedUnit = 0;
     int savedRegister = 0;
-    if (!getParam(hCam, "device_unit_selector", savedUnit)
-        || !getParam(hCam, "device_unit_register_selector", savedRegister))
+    if (!getParam(hCam, "device_unit_selector", savedUnit) ||
+        !getParam(hCam, "device_unit_register_selector", savedRegister))
         logCritical(kSource, kLineReadDeviceUnit, kTransportSpeedPrefix,
                     QStringLiteral("Failed to read current device unit confiuration"));
 
@@ -275,8 +277,8 @@ void CxCameraLineData::readDefaultAvgTransportSpeed()
             requiredThroughput = speed;
     }
 
-    if (!setParam(hCam, "device_unit_selector", savedUnit)
-        || !setParam(hCam, "device_unit_register_selector", savedRegister))
+    if (!setParam(hCam, "device_unit_selector", savedUnit) ||
+        !setParam(hCam, "device_unit_register_selector", savedRegister))
         logCritical(kSource, kLineRestoreDeviceUnit, kTransportSpeedPrefix,
                     QStringLiteral("Failed to change back current device unit configuration"));
 }
@@ -451,7 +453,8 @@ void CxCameraLineData::runMeasureLoopAcquisition()
         KS_IMG image;
         if (!captureImage(&image, kLineAcquisitionLoop, kAcquisitionLoopPrefix))
             continue;
-        const qint64 timestamp = qint64(image.timestampSec) * 1000000 + qint64(image.timestampUsec) + reference;
+        const qint64 timestamp =
+            qint64(image.timestampSec) * 1000000 + qint64(image.timestampUsec) + reference;
         ReadCounterValues();
         auto* record = new CxCounterData;
         record->frameNumber = image.frameNumber;
@@ -466,8 +469,8 @@ void CxCameraLineData::runMeasureLoopAcquisition()
         counterSamples.append(record);
         if (previousTimestamp > 0)
             addFrameTime(double(timestamp - previousTimestamp));
-        for (qint64 excess = qint64(counterSamples.size()) - (qint64(std::max(maxSamples, 0)) + 1); excess > 0;
-             --excess)
+        for (qint64 excess = qint64(counterSamples.size()) - (qint64(std::max(maxSamples, 0)) + 1);
+             excess > 0; --excess)
             delete counterSamples.takeFirst();
         previousTimestamp = timestamp;
     } while (!stopRequested);
@@ -524,15 +527,17 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
                                                 const QCPRange* timeRange, long long start, long long end,
                                                 double msPerPixel)
 {
+    auto allocationFailed = [] {
+        logCritical(kSource, kLineGraphsThroughput, kGraphsPrefix,
+                    QStringLiteral("Failed to allocate temporary buffers for internal calculations"));
+        return false;
+    };
     QMutexLocker lock(&dataMutex);
     if (frames.isEmpty())
         return false;
     frames.detach();
-    if (!AllocateBuffers(unsigned(frames.first()->sampleCount - 1))) {
-        logCritical(kSource, kLineGraphsThroughput, kGraphsPrefix,
-                    QStringLiteral("Failed to allocate temporary buffers for internal calculations"));
-        return false;
-    }
+    if (!AllocateBuffers(unsigned(frames.first()->sampleCount - 1)))
+        return allocationFailed();
     maxBufferLevel = 0.0;
     bufferOverflowCount = 0;
 
@@ -560,13 +565,10 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
         const CxFrameData* frame = frames[index];
         // Frames of an earlier run may be larger than the first one; never write past the
         // work arrays.
-        if (frame->sampleCount > bufferCapacity + 1 && !AllocateBuffers(unsigned(frame->sampleCount - 1))) {
-            logCritical(kSource, kLineGraphsThroughput, kGraphsPrefix,
-                        QStringLiteral("Failed to allocate temporary buffers for internal calculations"));
-            return false;
-        }
-        const unsigned int count = frame->calculateFrameSpeeds(samplePeriod, double(requiredThroughput), speedsBuffer,
-                                                               bufferDeltasBuffer, offsetsBuffer);
+        if (frame->sampleCount > bufferCapacity + 1 && !AllocateBuffers(unsigned(frame->sampleCount - 1)))
+            return allocationFailed();
+        const unsigned int count = frame->calculateFrameSpeeds(
+            samplePeriod, double(requiredThroughput), speedsBuffer, bufferDeltasBuffer, offsetsBuffer);
         bool overflow = false;
         if (count > 0) {
             // The modelled buffer starts empty with every frame.
@@ -614,7 +616,8 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
         }
         if (overflow)
             ++bufferOverflowCount;
-        speedSum += double(quint64(samplePeriod) * frame->sampleCount) / double(frame->sampleSpan) * kTicksPerUs;
+        speedSum +=
+            double(quint64(samplePeriod) * frame->sampleCount) / double(frame->sampleSpan) * kTicksPerUs;
         ++frameCount;
     }
     if (frameCount == 0)
@@ -625,8 +628,9 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
 }
 
 bool CxCameraLineData::calculateGraphsAcquisition(QCPGraph* graph0, QCPGraph* graph1, QCPGraph* graph3,
-                                                  QCPGraph* graph4, QCPGraph* graph5, const QCPRange* timeRange,
-                                                  long long start, long long end, double msPerPixel)
+                                                  QCPGraph* graph4, QCPGraph* graph5,
+                                                  const QCPRange* timeRange, long long start, long long end,
+                                                  double msPerPixel)
 {
     QMutexLocker lock(&dataMutex);
     if (counterSamples.isEmpty())
@@ -634,7 +638,8 @@ bool CxCameraLineData::calculateGraphsAcquisition(QCPGraph* graph0, QCPGraph* gr
     // Ten average intervals here against two frame times for throughput: counter graphs are
     // sparse and need more context to reach the plot's edges.
     const long long span = end - start;
-    const long long margin = 10.0 * frameTimeAvg > double(span) ? static_cast<long long>(frameTimeAvg) * 10 : span;
+    const long long margin =
+        10.0 * frameTimeAvg > double(span) ? static_cast<long long>(frameTimeAvg) * 10 : span;
     const long long lower = start - margin;
     const long long upper = end + margin;
     int index = 0;
@@ -672,7 +677,8 @@ bool CxCameraLineData::calculateGraphsAcquisition(QCPGraph* graph0, QCPGraph* gr
 // ---------------------------------------------------------------------------------------
 // CSV export
 
-void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent, long long start, long long end)
+void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent, long long start,
+                                        long long end)
 {
     if (measureMode != MeasureModeDataThroughput)
         return;
@@ -682,7 +688,8 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
         QMutexLocker lock(&dataMutex);
         frames.detach();
         const long long span = end - start;
-        const long long margin = frameTimeMin > double(span) ? static_cast<long long>(frameTimeMin) : span / 2;
+        const long long margin =
+            frameTimeMin > double(span) ? static_cast<long long>(frameTimeMin) : span / 2;
         for (const CxFrameData* frame : std::as_const(frames)) {
             if (frame->timestamp > end + margin)
                 break;
@@ -691,9 +698,9 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
         }
     }
 
-    QProgressDialog dialog(QCoreApplication::translate("CxCameraLineData", "Exporting %1 data").arg(cameraName),
-                           QCoreApplication::translate("CxCameraLineData", "Cancel"), 0, frameCount, parent,
-                           Qt::WindowFlags());
+    QProgressDialog dialog(
+        QCoreApplication::translate("CxCameraLineData", "Exporting %1 data").arg(cameraName),
+        QCoreApplication::translate("CxCameraLineData", "Cancel"), 0, frameCount, parent, Qt::WindowFlags());
     dialog.setWindowTitle(QCoreApplication::translate("CxCameraLineData", "Data throughput monitor"));
     // Modal, so that setValue() keeps the dialog painted and lets the user close it.
     dialog.setWindowModality(Qt::WindowModal);
@@ -739,10 +746,10 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
                     fill = 0.0;
                 else if (fill > bufferSize)
                     fill = bufferSize;
-                out << frame->frameNumber << ',' << offsetUs << ',' << samplePeriod << ',' << samples[i] * 4u << ','
-                    << requiredThroughput << ',' << QString::number(speed, 'g', 6) << ','
-                    << QString::number(fill, 'g', 6) << ',' << QString::number(100.0 * fill / bufferSize, 'g', 6)
-                    << '\n';
+                out << frame->frameNumber << ',' << offsetUs << ',' << samplePeriod << ',' << samples[i] * 4u
+                    << ',' << requiredThroughput << ',' << QString::number(speed, 'g', 6) << ','
+                    << QString::number(fill, 'g', 6) << ','
+                    << QString::number(100.0 * fill / bufferSize, 'g', 6) << '\n';
             }
         }
         ++progress;
@@ -773,7 +780,8 @@ void CxAcquisitionThread::run()
         lineData->runMeasureLoopAcquisition();
         break;
     default:
-        logCritical(kSource, kLineThreadRun, kThreadPrefix, QStringLiteral("Unknown measurement mode selected"));
+        logCritical(kSource, kLineThreadRun, kThreadPrefix,
+                    QStringLiteral("Unknown measurement mode selected"));
         break;
     }
 }

@@ -52,14 +52,15 @@ public:
         // buffer gains meanwhile against `requiredThroughput` (bytes) and the sample's
         // offset from the frame's first sample (microseconds). Null outputs are skipped.
         // Returns the entries written: sampleCount - 1, or 0.
-        unsigned int calculateFrameSpeeds(unsigned int samplePeriod, double requiredThroughput, double* speeds,
-                                          double* bufferDeltas, unsigned long long* offsets) const;
+        unsigned int calculateFrameSpeeds(unsigned int samplePeriod, double requiredThroughput,
+                                          double* speeds, double* bufferDeltas,
+                                          unsigned long long* offsets) const;
 
         quint32 frameNumber = 0;
-        qint64 timestamp = 0;        // microseconds since midnight
-        quint64* samples = nullptr;  // owned
+        qint64 timestamp = 0;       // microseconds since midnight
+        quint64* samples = nullptr; // owned
         quint64 sampleCount = 0;
-        quint64 sampleSpan = 0;      // last minus first sample, ticks of 4 ns
+        quint64 sampleSpan = 0; // last minus first sample, ticks of 4 ns
     };
 
     // One acquisition frame: the camera's counters when it arrived.
@@ -113,10 +114,11 @@ public:
 
     // Graph series for a visible time range (GUI thread, under dataMutex).
     bool calculateGraphsThrougput(QCPGraph* minThroughputGraph, QCPGraph* bufferLevelGraph,
-                                  const QCPRange* timeRange, long long start, long long end, double msPerPixel);
+                                  const QCPRange* timeRange, long long start, long long end,
+                                  double msPerPixel);
     bool calculateGraphsAcquisition(QCPGraph* graph0, QCPGraph* graph1, QCPGraph* graph3, QCPGraph* graph4,
-                                    QCPGraph* graph5, const QCPRange* timeRange, long long start, long long end,
-                                    double msPerPixel);
+                                    QCPGraph* graph5, const QCPRange* timeRange, long long start,
+                                    long long end, double msPerPixel);
 
     // CSV report of the throughput samples in [start, end] (GUI thread).
     void exportDataToFile(const QString& fileName, QWidget* parent, long long start, long long end);
@@ -162,6 +164,7 @@ public:
     CxAcquisitionThread* acquisitionThread = nullptr;
 
 private:
+    void releaseWorkArrays();
     void resetFrameTimes();
     void addFrameTime(double microseconds);
     bool captureImage(KS_IMG* image, int logLine, const char* logPrefix);

@@ -12,7 +12,8 @@
 
 namespace {
 
-const char* const kCounterKeys[6] = {"transportSkip",         "apiSkip",       "transferred", "missedTriggerOverlap",
+const char* const kCounterKeys[6] = {"transportSkip",         "apiSkip",
+                                     "transferred",           "missedTriggerOverlap",
                                      "missedTriggerOverflow", "bufferOverflow"};
 
 // Walks one JSON object, remembering where it is for messages.
@@ -25,7 +26,10 @@ public:
     }
 
     bool ok() const { return m_error->isEmpty(); }
-    QString field(const QString& key) const { return m_path.isEmpty() ? key : m_path + QLatin1Char('.') + key; }
+    QString field(const QString& key) const
+    {
+        return m_path.isEmpty() ? key : m_path + QLatin1Char('.') + key;
+    }
 
     bool fail(const QString& key, const QString& message)
     {
@@ -176,8 +180,8 @@ void readCamera(const QJsonObject& json, const QString& path, CxSimCameraConfig*
 {
     CxObjectReader r(json, path, error);
     r.allowOnly({"id", "model", "serialNumber", "userName", "nameSelection", "sensor", "link", "bufferSize",
-                 "counters", "counterRates", "seed", "pacing", "replayFrames", "queueDepth", "hasParameterSet",
-                 "dataProcessing", "uptime", "parameters"});
+                 "counters", "counterRates", "seed", "pacing", "replayFrames", "queueDepth",
+                 "hasParameterSet", "dataProcessing", "uptime", "parameters"});
     r.string("id", &camera->id);
     r.string("model", &camera->modelName);
     r.string("serialNumber", &camera->serialNumber);
@@ -261,7 +265,9 @@ bool CxSimulation::parseConfiguration(const QByteArray& json, const QString& sou
     const QJsonDocument document = QJsonDocument::fromJson(json, &parseError);
     QList<CxSimCameraConfig> cameras;
     if (parseError.error != QJsonParseError::NoError) {
-        why = QStringLiteral("not valid JSON at offset %1: %2").arg(parseError.offset).arg(parseError.errorString());
+        why = QStringLiteral("not valid JSON at offset %1: %2")
+                  .arg(parseError.offset)
+                  .arg(parseError.errorString());
     } else if (!document.isObject()) {
         why = QStringLiteral("the document must be an object with a \"cameras\" array");
     } else {

@@ -5,7 +5,10 @@
 
 #include <QtDebug>
 
-CxCameraParameters::CxCameraParameters(KSCORE_HANDLE hCam, const SxCameraInfo& info) : m_hCam(hCam), m_info(info) {}
+CxCameraParameters::CxCameraParameters(KSCORE_HANDLE hCam, const SxCameraInfo& info)
+    : m_hCam(hCam), m_info(info)
+{
+}
 
 CxCameraParameters::~CxCameraParameters()
 {

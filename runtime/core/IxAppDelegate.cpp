@@ -56,10 +56,8 @@ void CxRecordingAppDelegate::showStatusMessage(const QString& message, int timeo
 void CxRecordingAppDelegate::addPluginWidget(QWidget* widget, Qt::DockWidgetArea initialArea,
                                              Qt::DockWidgetAreas allowedAreas, int options)
 {
-    m_calls.append(QStringLiteral("addPluginWidget %1 %2 %3")
-                       .arg(int(initialArea))
-                       .arg(int(allowedAreas))
-                       .arg(options));
+    m_calls.append(
+        QStringLiteral("addPluginWidget %1 %2 %3").arg(int(initialArea)).arg(int(allowedAreas)).arg(options));
     m_docked.append({widget, initialArea, allowedAreas, options});
 }
 

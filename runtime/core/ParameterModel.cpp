@@ -67,7 +67,8 @@ CxParameterModel::CxParameterModel(const CxSimCameraConfig& config)
             m_supported[selector] = true;
 }
 
-void CxParameterModel::add(const QString& name, int value, int minimum, int maximum, bool readOnly, bool locked)
+void CxParameterModel::add(const QString& name, int value, int minimum, int maximum, bool readOnly,
+                           bool locked)
 {
     m_values.insert(name, {value, minimum, maximum, readOnly, locked, {}});
 }

@@ -168,7 +168,8 @@ bool CxSimCamera::Private::paramRefused(const QString& name, bool isSet, int val
 {
     for (int i = 0; i < paramFaults.size(); ++i) {
         SxParamFault& fault = paramFaults[i];
-        if (fault.name != name || (fault.op == ExParamOp::Set && !isSet) || (fault.op == ExParamOp::Get && isSet))
+        if (fault.name != name || (fault.op == ExParamOp::Set && !isSet) ||
+            (fault.op == ExParamOp::Get && isSet))
             continue;
         if (!fault.anyValue && (!isSet || fault.value != value))
             continue;
@@ -205,8 +206,8 @@ void CxSimCamera::Private::startRun()
     width = params.value("width");
     height = params.value("height");
     format = params.value("imgdataformat");
-    pattern = format == CxParameterModel::kTransportDataFormat && params.value("test_pattern_generator_selector") == 1
-              && params.value("test_pattern") == 11;
+    pattern = format == CxParameterModel::kTransportDataFormat &&
+              params.value("test_pattern_generator_selector") == 1 && params.value("test_pattern") == 11;
     unsafePolicy = params.value("buffer_policy") == 0;
     frameBytes = quint64(width) * quint64(height) * quint64(CxParameterModel::bytesPerPixel(format));
     frameWords = (frameBytes + 7) / 8;
@@ -214,7 +215,8 @@ void CxSimCamera::Private::startRun()
     const double linkFrame = double(frameBytes) / config.link.rateMBps * kTicksPerUs;
     nominalFrame = pattern ? linkFrame : std::max(linkFrame, sensorPeriod);
 
-    const bool resetClock = params.value("ts_rst_mode") == 0 && params.value("ts_rst_source") == kTimestampResetSource;
+    const bool resetClock =
+        params.value("ts_rst_mode") == 0 && params.value("ts_rst_source") == kTimestampResetSource;
     if (pacing == ExPacing::RealTime && !resetClock)
         idleClock = config.uptimeSeconds * 1e6 * kTicksPerUs + double(sinceOpen.nsecsElapsed()) / 4.0;
     acqStart = resetClock ? 0.0 : idleClock;
@@ -557,7 +559,8 @@ bool CxSimCamera::hostGetParam(const QString& name, int& value)
 bool CxSimCamera::hostSetParam(const QString& name, int value)
 {
     QMutexLocker lock(&d->mutex);
-    const int error = d->paramRefused(name, true, value) ? KS_ERR_REFUSED : d->params.set(name, value, d->acquiring);
+    const int error =
+        d->paramRefused(name, true, value) ? KS_ERR_REFUSED : d->params.set(name, value, d->acquiring);
     d->record(SxCallLogEntry::HostSetParam, name, value, error == KS_OK, error);
     return error == KS_OK;
 }

@@ -40,7 +40,8 @@ QList<CxSimCameraConfig> CxSimulation::defaultConfiguration()
     QFile file(QStringLiteral(":/ksCore/default_cameras.json"));
     QList<CxSimCameraConfig> cameras;
     QString error;
-    if (!file.open(QIODevice::ReadOnly) || !parseConfiguration(file.readAll(), file.fileName(), &cameras, &error))
+    if (!file.open(QIODevice::ReadOnly) ||
+        !parseConfiguration(file.readAll(), file.fileName(), &cameras, &error))
         qCritical("built-in camera configuration unusable: %s", qPrintable(error));
     return cameras;
 }

@@ -1,7 +1,7 @@
 // The camera-API entry points: find the camera behind the handle and let it answer.
 
-#include "SimRegistry.h"
 #include "ksApi.h"
+#include "SimRegistry.h"
 
 namespace {
 

@@ -60,7 +60,8 @@ void CxExportToolButton::onMenuTriggered(QAction* action)
     onClicked();
 }
 
-bool CxExportToolButton::exportImage(const QImage& image, ExExportType type, QWidget* parent, const QString& filter)
+bool CxExportToolButton::exportImage(const QImage& image, ExExportType type, QWidget* parent,
+                                     const QString& filter)
 {
     if (image.isNull())
         return false;
@@ -80,8 +81,9 @@ bool CxExportToolButton::exportImage(const QImage& image, ExExportType type, QWi
     QImageWriter writer(fileName, format);
     if (!writer.write(image)) {
         if (m_presetFileName.isEmpty())
-            QMessageBox::critical(parent, tr("Export Image"),
-                                  tr("The image could not be saved to %1:\n%2").arg(fileName, writer.errorString()));
+            QMessageBox::critical(
+                parent, tr("Export Image"),
+                tr("The image could not be saved to %1:\n%2").arg(fileName, writer.errorString()));
         return false;
     }
     m_lastFile = fileName;

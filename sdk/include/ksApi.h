@@ -84,9 +84,11 @@ enum KS_ERROR
 #define KS_SETTABLE_SUFFIX ":settable"
 
 // True when the value was read into `value`.
-KSCORE_EXPORT bool ksApi_GetParamInt(KSCORE_HANDLE hCam, const char* name, int& value, int* errorCode = nullptr);
+KSCORE_EXPORT bool ksApi_GetParamInt(KSCORE_HANDLE hCam, const char* name, int& value,
+                                     int* errorCode = nullptr);
 // True when written (or, for a ":settable" name, when the value could be written).
-KSCORE_EXPORT bool ksApi_SetParamInt(KSCORE_HANDLE hCam, const char* name, int value, int* errorCode = nullptr);
+KSCORE_EXPORT bool ksApi_SetParamInt(KSCORE_HANDLE hCam, const char* name, int value,
+                                     int* errorCode = nullptr);
 // Non-zero when the camera started to acquire.
 KSCORE_EXPORT int ksApi_StartAcquisition(KSCORE_HANDLE hCam);
 // Zero when the camera stopped; otherwise a KS_ERROR. Note the sense is the reverse of

@@ -34,7 +34,7 @@ struct KSCORE_EXPORT SxCallLogEntry
     };
     ExKind kind = GetParam;
     QString name;
-    int value = 0;  // value written or read; frame number for images
+    int value = 0; // value written or read; frame number for images
     bool ok = false;
     int error = KS_OK;
 

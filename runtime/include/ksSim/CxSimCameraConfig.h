@@ -60,7 +60,7 @@ struct KSCORE_EXPORT CxSimCameraConfig
     int replayFrames = 8;
     int queueDepth = 4; // host-side image buffers before frames are skipped or the link waits
     bool hasParameterSet = true;
-    bool dataProcessing = true; // has the FPGA data-processing unit (frame buffer selectors)
+    bool dataProcessing = true;    // has the FPGA data-processing unit (frame buffer selectors)
     double uptimeSeconds = 3600.0; // camera clock when opened
     QMap<QString, int> parameters; // power-on values that differ from the defaults
 
