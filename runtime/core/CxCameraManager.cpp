@@ -54,8 +54,8 @@ KSCORE_HANDLE CxCameraManager::openCamera(const QString& cameraId)
     SxOpened opened;
     opened.hCam = hCam;
     opened.id = cameraId;
-    if (CxSimulation::hasParameterSet(cameraId)) {
-        const CxSimCameraConfig& config = CxSimulation::camera(hCam)->config();
+    const CxSimCameraConfig& config = CxSimulation::camera(hCam)->config();
+    if (config.hasParameterSet) {
         opened.parameters = new CxCameraParameters(
             hCam, {config.modelName, config.serialNumber, config.userName, config.nameSelection});
     }

@@ -87,7 +87,7 @@ bool CxParameterModel::applyPowerOnValues(const QMap<QString, int>& values, QStr
             *error = QStringLiteral("unknown parameter \"%1\"").arg(it.key());
             return false;
         }
-        if (param->readOnly || check(*param, it.value(), false) != KS_OK) {
+        if (check(*param, it.value(), false) != KS_OK) {
             *error = QStringLiteral("parameter \"%1\" cannot take %2").arg(it.key()).arg(it.value());
             return false;
         }

@@ -283,7 +283,6 @@ SxFrame CxSimCamera::Private::producePattern(quint64* out)
     frame.number = nextFrameNumber++;
     frame.start = link.clock();
     frame.ready = link.send(frameWords, out);
-    frame.data = out;
     return frame;
 }
 
@@ -316,8 +315,7 @@ SxFrame CxSimCamera::Private::producePlain()
 SxFrame CxSimCamera::Private::produce(quint64* out)
 {
     SxFrame frame = pattern ? producePattern(out) : producePlain();
-    if (!pattern)
-        frame.data = out;
+    frame.data = out;
     params.addToCounter(KS_CNT_TRANSFERRED, 1);
     return frame;
 }
@@ -455,10 +453,7 @@ int CxSimCamera::stopAcquisition()
     if (!d->acquiring) {
         error = KS_ERR_NOT_ACQUIRING;
     } else {
-        if (d->runPacing == ExPacing::RealTime)
-            d->idleClock = d->now();
-        else
-            d->idleClock = d->virtualNow;
+        d->idleClock = d->now();
         d->acquiring = false;
         d->replay.clear();
         d->wake.wakeAll();

@@ -75,16 +75,6 @@ void CxSimulation::addCamera(const CxSimCameraConfig& camera)
     cameras.append(camera);
 }
 
-bool CxSimulation::hasParameterSet(const QString& id)
-{
-    SxRegistry& r = registry();
-    QMutexLocker lock(&r.mutex);
-    for (const CxSimCameraConfig& camera : configured(r))
-        if (camera.id == id)
-            return camera.hasParameterSet;
-    return false;
-}
-
 CxSimCamera* CxSimulation::camera(KSCORE_HANDLE hCam)
 {
     return ksLookupCamera(hCam).get();

@@ -35,5 +35,4 @@ public:
     // Used by CxCameraManager.
     static KSCORE_HANDLE open(const QString& id, QString* error);
     static void close(KSCORE_HANDLE hCam);
-    static bool hasParameterSet(const QString& id);
 };
