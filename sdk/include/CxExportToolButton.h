@@ -29,7 +29,12 @@ public:
     QList<ExExportType> supportedExportTypes() const { return m_types; }
     // Unsupported types are ignored.
     void setExportType(ExExportType type);
-    void setExportType(int type) { setExportType(static_cast<ExExportType>(type)); }
+    // Settings bring arbitrary ints: only a known type reaches the enum.
+    void setExportType(int type)
+    {
+        if (type == etSaveToFile || type == etCopyToClipboard)
+            setExportType(static_cast<ExExportType>(type));
+    }
     ExExportType exportType() const { return m_type; }
 
     // Saves the image to a file chosen in a save dialog with `filter` (the format follows

@@ -1,0 +1,168 @@
+// The plug-in's panel: the camera table with one row per opened camera, the plot legend,
+// and the time graph with one titled axis rectangle per plotting camera. It owns one
+// CxCameraLineData per camera row, starts and stops their measurements, redraws the
+// graph on its refresh timer, and persists its settings in the host's store.
+//
+// Threads and locks: everything here runs on the GUI thread. `graphMutex` guards the
+// graph rebuild against re-entry; the camera lines' `dataMutex` is taken inside their own
+// operations. Where both are held, `graphMutex` comes first.
+#pragma once
+
+#include "CameraLineData.h"
+#include "ksApi.h"
+
+#include <QCheckBox>
+#include <QColor>
+#include <QList>
+#include <QMap>
+#include <QMetaType>
+#include <QMutex>
+#include <QTimer>
+#include <QWidget>
+#include <qcustomplot.h>
+
+class QLineEdit;
+class QMessageBox;
+class QSettings;
+class Ui_CxDataGraphForm;
+
+Q_DECLARE_METATYPE(KS_COUNTER_SELECTOR)
+Q_DECLARE_METATYPE(QCPRange)
+
+// Columns of the camera table in the data throughput layout.
+namespace ThroughputColumn {
+enum : int
+{
+    colCamera = 0,
+    colStatus = 1,
+    colMeasure = 2,
+    colAvgThroughput = 3,
+    colMinThroughput = 4,
+    colMaxBufferLevel = 5,
+    colBufferOverflowCount = 6,
+    colExportData = 7,
+    colRequiredThroughput = 8,
+    colCameraBufferSize = 9,
+    colGraph = 10,
+    colYAxisScaling = 11,
+    count = 12,
+};
+}
+
+// Columns of the camera table in the standard acquisition layout.
+namespace AcquisitionColumn {
+enum : int
+{
+    colCamera = 0,
+    colStatus = 1,
+    colDataFormat = 2,
+    colMeasure = 3,
+    colTransferred = 4,
+    colTransportSkip = 5,
+    colApiSkip = 6,
+    colMissedTrgOverlap = 7,
+    colMissedTrgOverflow = 8,
+    colBufferOverflow = 9,
+    colGraph = 10,
+    count = 11,
+};
+}
+
+class CxDataGraphForm : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit CxDataGraphForm(QWidget* parent = nullptr);
+    // Stops every camera's measurement before its line goes, so no worker outlives the form.
+    ~CxDataGraphForm() override;
+
+    // Settings, inside the group the plug-in object opened.
+    void loadSettings(QSettings* settings);
+    void saveSettings(QSettings* settings);
+    void setDefaultCameraSettings(CxCameraLineData* line);
+
+    // The visible time range in sample time (microseconds since midnight).
+    void GetTimeAxisRange(qint64* from, qint64* to);
+    QCPAxisRect* GetCameraPlot(void* hCam);
+    bool IsPlotEnabled(QString name);
+
+    Ui_CxDataGraphForm* ui;
+    QMap<KSCORE_HANDLE, CxCameraLineData*> cameraLines;
+    QList<QCheckBox*> plotCheckBoxes;
+    int measureMode = MeasureModeDataThroughput;
+    int samplePeriod = 1024;
+    int maxSamples = 10000000;
+    QTimer refreshTimer;
+    double timeAxisLower = -20.0;
+    double timeAxisUpper = 0.0;
+    qint64 timeAxisReference = 0;
+    QMutex graphMutex;
+
+public slots:
+    void updateCameraList();
+    void updateCameraListRow(KSCORE_HANDLE hCam);
+    void removeCameraListRow(KSCORE_HANDLE hCam);
+    void updateTableItem(int row, int col, QString val);
+    void updateTableCounterItem(KSCORE_HANDLE hCam, int row, int col, KS_COUNTER_SELECTOR sel);
+
+private slots:
+    void updateGraph();
+    void timerSignal();
+    void updateColumnNames();
+    void onComboboxFormatChanged(int newSel);
+    void onComboboxFormatChangedExt(KSCORE_HANDLE hCam);
+    void onBtnMeasure();
+    void onBtnCamExportData();
+    void onChkCamPlotData(bool state);
+    void onChkCamAutoTransport(bool state);
+    void onEditCamTransportChanged(const QString& text);
+    void onChkCamAutoVertAxis(bool state);
+    void onEditVertScaleMinChanged(const QString& text);
+    void onEditVertScaleMaxChanged(const QString& text);
+    void onBtnExport(int iExportType);
+    void on_btnSetup_clicked();
+    void on_btnResetZoom_clicked();
+    void on_resetPan_clicked();
+    void on_refreshGraph_clicked();
+    void on_btnStartAll_clicked();
+    void on_plotChangeZoom(QCPRange range);
+
+private:
+    // Rows and cells.
+    void AddTableItemsThrougput();
+    void AddTableItemsAcquisition();
+    void AddTableItem(int column, QString header, QString toolTip);
+    void AddPlotTableItem(int row, QString name, QString toolTip, QColor color);
+    void DisableTableWidget(int row, int col, KSCORE_HANDLE hCam, bool disable);
+    CxCameraLineData* lineForRow(KSCORE_HANDLE hCam);
+    int findCameraRow(KSCORE_HANDLE hCam) const;
+    void fitTableHeight();
+
+    // Plots and axes.
+    void ConfigurePlotAxis(QCPAxisRect* rect, QCPAxis::AxisType type, double lower, double upper, QString label);
+    bool AddCameraPlotThroughput(void* hCam, unsigned int row, QString title);
+    bool AddCameraPlotAcquisition(void* hCam, unsigned int row, QString title);
+    QCPAxisRect* addCameraPlot(void* hCam, unsigned int row, const QString& title);
+    QCPGraph* AddThrougputPlot(void* hCam, QString name, QColor color);
+    QCPGraph* AddStandardAcqPlot(void* hCam, QString name, KS_COUNTER_SELECTOR selector, QColor color);
+    void UpdateVertAxisInformation(void* hCam, QCPAxisRect* rect);
+    bool findVertAxisControls(KSCORE_HANDLE hCam, QCheckBox** check, QLineEdit** minEdit, QLineEdit** maxEdit);
+    void clearPlotLayout();
+
+    // Live update.
+    void updateStats();
+    void followCurrentTime();
+    double msPerPixel(const QCPAxisRect* rect) const;
+
+    // Measurement control.
+    void UpdateMeasureButtonText(void* hCam, QString text);
+    void DisableUiForMeasurement(void* hCam, bool disable);
+    void UpdateCameraAutoTransport(void* hCam);
+    bool findTransportControls(KSCORE_HANDLE hCam, QCheckBox** check, QLineEdit** edit);
+    QMessageBox* createProgressBox();
+    void showProgress(QMessageBox* box, const QString& title, const QString& text);
+    static void closeProgressBox(QMessageBox* box);
+    void showStartFailure(CxCameraLineData* line);
+    bool anyMeasurementRunning();
+};
