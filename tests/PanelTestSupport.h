@@ -1,0 +1,71 @@
+// Helpers for tests of the panel: a form on simulated cameras, modal dialogs answered by
+// a timer, and the camera values that a run must leave as it found them.
+#pragma once
+
+#include "DataGraphForm.h"
+#include "EngineTestSupport.h"
+#include "ksSim/CxRecordingAppDelegate.h"
+
+#include <QApplication>
+#include <QMap>
+#include <QPointer>
+#include <QTableWidget>
+#include <QTimer>
+#include <functional>
+
+namespace paneltest {
+
+inline CxRecordingAppDelegate* recorder()
+{
+    return dynamic_cast<CxRecordingAppDelegate*>(IxAppDelegate::instance());
+}
+
+// Calls `answer` with each modal dialog that opens until it returns true; polls so that it
+// also catches dialogs opened from inside nested event loops. Gives up after `timeoutMs`.
+inline void answerNextModal(std::function<bool(QWidget*)> answer, int timeoutMs = 20000)
+{
+    auto* timer = new QTimer;
+    auto remaining = std::make_shared<int>(timeoutMs / 10);
+    QObject::connect(timer, &QTimer::timeout, [timer, answer, remaining]() {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (modal && modal->isVisible() && answer(modal)) {
+            timer->stop();
+            timer->deleteLater();
+        } else if (--*remaining <= 0) {
+            timer->stop();
+            timer->deleteLater();
+        }
+    });
+    timer->start(10);
+}
+
+// The camera values the tool saves before a run and must put back after it.
+inline QMap<QString, int> savedValues(KSCORE_HANDLE hCam)
+{
+    static const char* const names[] = {"imgdataformat",         "output_bit_depth", "output_bit_packing",
+                                        "buffer_policy",         "column_fpn_correction",
+                                        "row_fpn_correction",    "LUTEnable",
+                                        "test_pattern_generator_selector", "test_pattern"};
+    QMap<QString, int> values;
+    for (const char* name : names)
+        values.insert(QLatin1String(name), simtest::sim(hCam)->parameterValue(QLatin1String(name)));
+    return values;
+}
+
+template <typename T = QWidget> T* child(CxDataGraphForm* form, const char* name)
+{
+    return form->findChild<T*>(QLatin1String(name));
+}
+
+inline QTableWidget* table(CxDataGraphForm* form)
+{
+    return child<QTableWidget>(form, "table");
+}
+
+inline QString cellText(CxDataGraphForm* form, int row, int column)
+{
+    const QTableWidgetItem* item = table(form)->item(row, column);
+    return item ? item->text() : QString();
+}
+
+} // namespace paneltest

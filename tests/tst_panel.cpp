@@ -1,0 +1,603 @@
+// The panel against simulated cameras: what the user sees in the table, legend and graph,
+// what the host is told, and what the cameras are left with.
+
+#include "CxExportToolButton.h"
+#include "DataGraphSetupDlg.h"
+#include "PanelTestSupport.h"
+
+#include <QComboBox>
+#include <QDir>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSettings>
+#include <QSpinBox>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace paneltest;
+using namespace simtest;
+namespace Tp = ThroughputColumn;
+namespace Acq = AcquisitionColumn;
+
+namespace {
+
+KSCORE_HANDLE openSmall(const QString& id, double linkRate = 400.0)
+{
+    return open(camera(id, linkRate, 512, 256));
+}
+
+QCustomPlot* plotOf(CxDataGraphForm* form)
+{
+    return child<QCustomPlot>(form, "plot");
+}
+
+QPushButton* buttonAt(CxDataGraphForm* form, int row, int column)
+{
+    return qobject_cast<QPushButton*>(table(form)->cellWidget(row, column));
+}
+
+template <typename T> T* cellWidgetChild(CxDataGraphForm* form, int row, int column, int index)
+{
+    QWidget* cell = table(form)->cellWidget(row, column);
+    return cell ? qobject_cast<T*>(cell->layout()->itemAt(index)->widget()) : nullptr;
+}
+
+int storedFrames(CxCameraLineData* line)
+{
+    QMutexLocker lock(&line->dataMutex);
+    return line->frames.size() + line->counterSamples.size();
+}
+
+QStringList graphNames(CxDataGraphForm* form)
+{
+    QStringList names;
+    for (int i = 0; i < plotOf(form)->graphCount(); ++i)
+        names << plotOf(form)->graph(i)->name();
+    return names;
+}
+
+QList<KSCORE_HANDLE> plotOrder(CxDataGraphForm* form)
+{
+    QList<KSCORE_HANDLE> order;
+    for (QCPAxisRect* rect : plotOf(form)->axisRects())
+        order << reinterpret_cast<KSCORE_HANDLE>(quintptr(rect->property("hCam").toULongLong()));
+    return order;
+}
+
+QCPRange timeRange(QCPAxisRect* rect)
+{
+    return rect->axis(QCPAxis::atBottom)->range();
+}
+
+int threadCount()
+{
+    return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
+}
+
+} // namespace
+
+class TestPanel : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup()
+    {
+        closeAll();
+        recorder()->setLevel(4);
+    }
+
+    void rowsCellsAndPlotsFollowTheHost();
+    void acquisitionLayoutShowsFormatAndCounters();
+    void throughputRunFillsStatisticsAndSeries();
+    void startAllRollsBackWhenACameraFails();
+    void zoomAndPanMoveEveryCameraTogether();
+    void graphBoxesChooseThePlots();
+    void setupDialogConvertsAndApplies_data();
+    void setupDialogConvertsAndApplies();
+    void settingsRoundTripThroughAnIniFile_data();
+    void settingsRoundTripThroughAnIniFile();
+    void graphImageAndCsvExport();
+    void measurementsStopBeforeTheirLinesGo();
+};
+
+void TestPanel::rowsCellsAndPlotsFollowTheHost()
+{
+    const KSCORE_HANDLE a = openSmall("a");
+    CxSimCameraConfig bare = camera("bare");
+    bare.hasParameterSet = false;
+    open(bare);
+    const KSCORE_HANDLE b = openSmall("b");
+
+    CxDataGraphForm form;
+    QTableWidget* t = table(&form);
+    // Rows in the host's order; the camera without a parameter set leaves the last row empty.
+    QCOMPARE(t->rowCount(), 3);
+    QCOMPARE(t->columnCount(), 12);
+    QCOMPARE(cellText(&form, 0, Tp::colCamera), QStringLiteral("Test camera (A)"));
+    QCOMPARE(cellText(&form, 1, Tp::colCamera), QStringLiteral("Test camera (B)"));
+    QVERIFY(!t->item(2, Tp::colCamera));
+    QCOMPARE(t->item(1, 0)->data(Qt::UserRole).toULongLong(), qulonglong(quintptr(b)));
+    QVERIFY(child<QPushButton>(&form, "btnStartAll")->isEnabled());
+
+    QCOMPARE(t->horizontalHeaderItem(Tp::colAvgThroughput)->text(), QStringLiteral("Average\nthroughput [MB/s]"));
+    QCOMPARE(t->horizontalHeaderItem(Tp::colBufferOverflowCount)->text(), QStringLiteral("Buffer overflow\ncount"));
+    QCOMPARE(t->horizontalHeaderItem(Tp::colCameraBufferSize)->text(), QStringLiteral("Camera buffer\nsize [kB]"));
+    QCOMPARE(t->horizontalHeaderItem(Tp::colCameraBufferSize)->toolTip(),
+             QStringLiteral("Size of internal camera buffer in bytes"));
+    QCOMPARE(t->horizontalHeaderItem(Tp::colCamera)->toolTip(), QString());
+
+    QCOMPARE(cellText(&form, 0, Tp::colStatus), QStringLiteral("Stopped"));
+    QCOMPARE(cellText(&form, 0, Tp::colCameraBufferSize), QString::number(67108864 / 1000));
+    QCOMPARE(buttonAt(&form, 0, Tp::colMeasure)->text(), QStringLiteral("Start"));
+    QCOMPARE(buttonAt(&form, 0, Tp::colExportData)->text(), QStringLiteral("Export Data..."));
+    // Automatic required throughput: the camera's sensor rate in a locked entry.
+    auto* transport = cellWidgetChild<QLineEdit>(&form, 0, Tp::colRequiredThroughput, 1);
+    QCOMPARE(transport->text(), QStringLiteral("300"));
+    QVERIFY(!transport->isEnabled());
+    auto* manualMin = cellWidgetChild<QLineEdit>(&form, 0, Tp::colYAxisScaling, 1);
+    QVERIFY(!manualMin->isEnabled());
+    QString negative = QStringLiteral("-5");
+    int cursor = 0;
+    QCOMPARE(manualMin->validator()->validate(negative, cursor), QValidator::Invalid);
+
+    // Legend and plots: one titled rectangle per camera, in table order.
+    auto* legend = child<QTableWidget>(&form, "tablePlotCheck");
+    QCOMPARE(legend->rowCount(), 2);
+    QCOMPARE(legend->item(1, 1)->text(), QStringLiteral("Max buffer level"));
+    QCOMPARE(legend->item(1, 1)->foreground().color(), QColor(30, 144, 255));
+    QCOMPARE(form.plotCheckBoxes.size(), 2);
+    QCOMPARE(form.plotCheckBoxes[0]->property("plotName").toString(), QStringLiteral("Min throughput"));
+    QCOMPARE(plotOrder(&form), QList<KSCORE_HANDLE>({a, b}));
+    QCPAxisRect* rect = form.GetCameraPlot(a);
+    QCOMPARE(rect->axis(QCPAxis::atLeft)->label(), QStringLiteral("Avg. rate [MB/s]"));
+    QCOMPARE(rect->axis(QCPAxis::atRight)->label(), QStringLiteral("Buffer filled [%]"));
+    QCOMPARE(rect->axis(QCPAxis::atBottom)->tickLabelColor(), QColor(Qt::white));
+    QCOMPARE(rect->rangeDragAxes(Qt::Horizontal), QList<QCPAxis*>({rect->axis(QCPAxis::atBottom)}));
+    QVERIFY(rect->rangeDragAxes(Qt::Vertical).isEmpty());
+    auto* title = qobject_cast<QCPTextElement*>(plotOf(&form)->plotLayout()->element(0, 0));
+    QCOMPARE(title->text(), QStringLiteral("Test camera (A)"));
+
+    // The host's own acquisition locks the row's measure button.
+    CxCameraManager::instance()->startAcquisition(b);
+    QCOMPARE(cellText(&form, 1, Tp::colStatus), QStringLiteral("Acq"));
+    QVERIFY(!buttonAt(&form, 1, Tp::colMeasure)->isEnabled());
+    CxCameraManager::instance()->stopAcquisition(b);
+    QCOMPARE(cellText(&form, 1, Tp::colStatus), QStringLiteral("Stopped"));
+    QVERIFY(buttonAt(&form, 1, Tp::colMeasure)->isEnabled());
+
+    // A closed camera loses its row and line; an opened one rebuilds the table.
+    CxCameraManager::instance()->closeCamera(a);
+    QCOMPARE(t->rowCount(), 2);
+    QCOMPARE(cellText(&form, 0, Tp::colCamera), QStringLiteral("Test camera (B)"));
+    QVERIFY(!form.cameraLines.contains(a));
+    const KSCORE_HANDLE c = openSmall("c");
+    QCOMPARE(t->rowCount(), 3);
+    QCOMPARE(plotOrder(&form), QList<KSCORE_HANDLE>({b, c}));
+
+    // The row of the camera without parameters has no line to remove it by; a rebuild does.
+    closeAll();
+    QCOMPARE(t->rowCount(), 1);
+    form.updateCameraList();
+    QCOMPARE(t->rowCount(), 0);
+    QVERIFY(!child<QPushButton>(&form, "btnStartAll")->isEnabled());
+    QVERIFY(form.cameraLines.isEmpty());
+    QCOMPARE(t->height(), t->horizontalHeader()->height() + t->style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 3);
+}
+
+void TestPanel::acquisitionLayoutShowsFormatAndCounters()
+{
+    CxSimCameraConfig config = camera("acq", 400.0, 512, 256);
+    config.supportedCounters = {0, 2, 5};
+    config.parameters.insert(QStringLiteral("imgdataformat"), 3);
+    const KSCORE_HANDLE hCam = open(config);
+
+    CxDataGraphForm form;
+    form.maxSamples = 1000;
+    form.measureMode = MeasureModeStandardAcquisition;
+    form.updateCameraList();
+    QTableWidget* t = table(&form);
+    QCOMPARE(t->columnCount(), 11);
+    QCOMPARE(t->horizontalHeaderItem(Acq::colMissedTrgOverflow)->text(), QStringLiteral("Missed trg overflow"));
+    QCOMPARE(t->horizontalHeader()->sectionResizeMode(0), QHeaderView::ResizeToContents);
+    QCOMPARE(child<QTableWidget>(&form, "tablePlotCheck")->rowCount(), 5);
+    QCOMPARE(form.plotCheckBoxes.size(), 5);
+    auto* format = qobject_cast<QComboBox*>(t->cellWidget(0, Acq::colDataFormat));
+    QCOMPARE(format->count(), 8);
+    QCOMPARE(format->currentData().toInt(), 3);
+    QCOMPARE(form.GetCameraPlot(hCam)->axis(QCPAxis::atLeft)->label(), QStringLiteral("Counter value"));
+    // Before a run no counter is known to be supported.
+    QCOMPARE(cellText(&form, 0, Acq::colTransferred), QStringLiteral("-"));
+
+    // The format goes to the camera through the host's parameter batch.
+    format->setCurrentIndex(5);
+    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 5);
+    CxCameraManager::instance()->setImageFormat(hCam, 2);
+    QCOMPARE(format->currentIndex(), 2);
+
+    buttonAt(&form, 0, Acq::colMeasure)->click();
+    QCOMPARE(buttonAt(&form, 0, Acq::colMeasure)->text(), QStringLiteral("Stop"));
+    CxCameraLineData* line = form.cameraLines.value(hCam);
+    QTRY_VERIFY_WITH_TIMEOUT(storedFrames(line) > 5, 20000);
+    form.timeAxisLower = -1000.0;
+    form.timeAxisUpper = 1000.0;
+    QMetaObject::invokeMethod(&form, "updateGraph");
+    buttonAt(&form, 0, Acq::colMeasure)->click();
+
+    // Supported counters show white numbers and have a series; the others a grey "-".
+    QVERIFY(cellText(&form, 0, Acq::colTransferred).toInt() > 0);
+    QCOMPARE(t->item(0, Acq::colTransferred)->foreground().color(), QColor(255, 255, 255));
+    QCOMPARE(cellText(&form, 0, Acq::colApiSkip), QStringLiteral("-"));
+    QCOMPARE(t->item(0, Acq::colApiSkip)->foreground().color(), QColor(128, 128, 128));
+    QCOMPARE(graphNames(&form), QStringList({"Transport skip", "Buffer overflow"}));
+    // Counters that stay at 0 give a left axis from -0.8.
+    QCOMPARE(form.GetCameraPlot(hCam)->axis(QCPAxis::atLeft)->range().lower, -0.8);
+}
+
+void TestPanel::throughputRunFillsStatisticsAndSeries()
+{
+    const KSCORE_HANDLE hCam = openSmall("tp", 400.0);
+    const QMap<QString, int> before = savedValues(hCam);
+    CxDataGraphForm form;
+    form.maxSamples = 200000;
+    QPushButton* measure = buttonAt(&form, 0, Tp::colMeasure);
+    recorder()->clearCalls();
+
+    measure->click();
+    QCOMPARE(measure->text(), QStringLiteral("Stop"));
+    QCOMPARE(cellText(&form, 0, Tp::colStatus), QStringLiteral("Testing"));
+    QVERIFY(recorder()->calls().last().endsWith(QLatin1String(" false")));
+    QVERIFY(!child<QWidget>(&form, "btnSetup")->isEnabled());
+    QVERIFY(!buttonAt(&form, 0, Tp::colExportData)->isEnabled());
+    QVERIFY2(form.findChildren<QMessageBox*>().isEmpty(), "the progress box is gone once the start is done");
+
+    CxCameraLineData* line = form.cameraLines.value(hCam);
+    QTRY_VERIFY_WITH_TIMEOUT(storedFrames(line) > 50, 20000);
+    form.timeAxisUpper = 1000.0;
+    QMetaObject::invokeMethod(&form, "updateGraph");
+    // The link carries 400 MB/s; the sensor's 300 MB/s never fill the buffer.
+    QVERIFY2(qAbs(cellText(&form, 0, Tp::colAvgThroughput).toInt() - 400) <= 4,
+             qPrintable(cellText(&form, 0, Tp::colAvgThroughput)));
+    QCOMPARE(cellText(&form, 0, Tp::colMaxBufferLevel), QStringLiteral("0 %"));
+    QCOMPARE(graphNames(&form), QStringList({"Min throughput", "Max buffer level"}));
+    QVERIFY(plotOf(&form)->graph(0)->dataCount() > 10);
+    // Automatic vertical scaling shows its range in the manual fields.
+    QVERIFY(cellWidgetChild<QLineEdit>(&form, 0, Tp::colYAxisScaling, 2)->text().toInt() >= 400);
+
+    recorder()->setLevel(2);
+    QMetaObject::invokeMethod(&form, "updateGraph");
+    QCOMPARE(graphNames(&form), QStringList({"Max buffer level"}));
+    recorder()->setLevel(4);
+    form.plotCheckBoxes[1]->setChecked(false);
+    QMetaObject::invokeMethod(&form, "updateGraph");
+    QCOMPARE(graphNames(&form), QStringList({"Min throughput"}));
+
+    measure->click();
+    QCOMPARE(measure->text(), QStringLiteral("Start"));
+    QCOMPARE(cellText(&form, 0, Tp::colStatus), QStringLiteral("Stopped"));
+    QVERIFY(recorder()->calls().last().endsWith(QLatin1String(" true")));
+    QVERIFY(child<QWidget>(&form, "btnSetup")->isEnabled());
+    QCOMPARE(savedValues(hCam), before);
+    QVERIFY(form.findChildren<QMessageBox*>().isEmpty());
+}
+
+void TestPanel::startAllRollsBackWhenACameraFails()
+{
+    QList<KSCORE_HANDLE> cams;
+    QList<QMap<QString, int>> before;
+    for (const char* id : {"c1", "c2", "c3", "c4"}) {
+        cams << openSmall(QLatin1String(id));
+        before << savedValues(cams.last());
+    }
+    sim(cams[2])->refuseStart();
+    sim(cams[3])->clearCallLog();
+    CxDataGraphForm form;
+    form.maxSamples = 100000;
+    auto* startAll = child<QPushButton>(&form, "btnStartAll");
+
+    QString message;
+    answerNextModal([&message](QWidget* modal) {
+        auto* box = qobject_cast<QMessageBox*>(modal);
+        if (!box)
+            return false;
+        message = box->text();
+        box->button(QMessageBox::Ok)->click();
+        return true;
+    });
+    startAll->click();
+    QCOMPARE(message, QStringLiteral("Camera Test camera (C3) does not support \n data throughput analysis in Lumorix."));
+    QCOMPARE(startAll->text(), QStringLiteral("Start All"));
+    for (int i = 0; i < 4; ++i) {
+        QVERIFY(!form.cameraLines.value(cams[i])->isMeasurementRunning());
+        QCOMPARE(savedValues(cams[i]), before[i]);
+        QCOMPARE(cellText(&form, i, Tp::colStatus), QStringLiteral("Stopped"));
+    }
+    QVERIFY(!sim(cams[3])->callLogText().contains(QStringLiteral("start")));
+    // The roll-back only stops: the row buttons keep what the run gave them.
+    QCOMPARE(buttonAt(&form, 0, Tp::colMeasure)->text(), QStringLiteral("Stop"));
+    QCOMPARE(buttonAt(&form, 3, Tp::colMeasure)->text(), QStringLiteral("Start"));
+
+    startAll->click();
+    QCOMPARE(startAll->text(), QStringLiteral("Stop All"));
+    for (KSCORE_HANDLE hCam : cams)
+        QVERIFY(form.cameraLines.value(hCam)->isMeasurementRunning());
+    startAll->click();
+    QCOMPARE(startAll->text(), QStringLiteral("Start All"));
+    for (int i = 0; i < 4; ++i) {
+        QVERIFY(!form.cameraLines.value(cams[i])->isMeasurementRunning());
+        QCOMPARE(buttonAt(&form, i, Tp::colMeasure)->text(), QStringLiteral("Start"));
+        QCOMPARE(savedValues(cams[i]), before[i]);
+    }
+    QVERIFY(form.findChildren<QMessageBox*>().isEmpty());
+}
+
+void TestPanel::zoomAndPanMoveEveryCameraTogether()
+{
+    openSmall("z1");
+    openSmall("z2");
+    CxDataGraphForm form;
+    const QList<QCPAxisRect*> rects = plotOf(&form)->axisRects();
+    QCOMPARE(rects.size(), 2);
+
+    rects[0]->axis(QCPAxis::atBottom)->setRange(-8.0, -3.0);
+    QCOMPARE(timeRange(rects[1]), QCPRange(-8.0, -3.0));
+    QCOMPARE(form.timeAxisLower, -8.0);
+    // A span of a millisecond or less snaps back.
+    rects[1]->axis(QCPAxis::atBottom)->setRange(-1.0, -0.9995);
+    QCOMPARE(timeRange(rects[0]), QCPRange(-8.0, -3.0));
+    QCOMPARE(timeRange(rects[1]), QCPRange(-8.0, -3.0));
+
+    child<QPushButton>(&form, "resetPan")->click();
+    QCOMPARE(timeRange(rects[0]), QCPRange(-5.0, 0.0));
+    QCOMPARE(timeRange(rects[1]), QCPRange(-5.0, 0.0));
+    QCOMPARE(form.timeAxisLower, -5.0);
+    child<QToolButton>(&form, "btnResetZoom")->click();
+    QCOMPARE(timeRange(rects[1]), QCPRange(-20.0, 0.0));
+
+    qint64 from = 0;
+    qint64 to = 0;
+    form.GetTimeAxisRange(&from, &to);
+    QCOMPARE(to - from, qint64(20000000));
+    QCOMPARE(to, form.timeAxisReference);
+}
+
+void TestPanel::graphBoxesChooseThePlots()
+{
+    const KSCORE_HANDLE a = openSmall("g1");
+    const KSCORE_HANDLE b = openSmall("g2");
+    CxDataGraphForm form;
+    form.show();
+    auto* boxA = cellWidgetChild<QCheckBox>(&form, 0, Tp::colGraph, 0);
+    auto* boxB = cellWidgetChild<QCheckBox>(&form, 1, Tp::colGraph, 0);
+
+    boxA->click();
+    QCOMPARE(plotOrder(&form), QList<KSCORE_HANDLE>({b}));
+    QVERIFY(!form.cameraLines.value(a)->plotEnabled);
+    boxB->click();
+    QVERIFY(!plotOf(&form)->isVisible());
+    boxB->click();
+    boxA->click();
+    QVERIFY(plotOf(&form)->isVisible());
+    // Table order, not the order of ticking.
+    QCOMPARE(plotOrder(&form), QList<KSCORE_HANDLE>({a, b}));
+
+    // Manual vertical range: automatic scaling off unlocks the fields; bad text reads as 0.
+    auto* autoAxis = cellWidgetChild<QCheckBox>(&form, 0, Tp::colYAxisScaling, 0);
+    auto* minEdit = cellWidgetChild<QLineEdit>(&form, 0, Tp::colYAxisScaling, 1);
+    auto* maxEdit = cellWidgetChild<QLineEdit>(&form, 0, Tp::colYAxisScaling, 2);
+    autoAxis->click();
+    QVERIFY(minEdit->isEnabled());
+    maxEdit->setText(QStringLiteral("750"));
+    minEdit->setText(QStringLiteral("120"));
+    QCOMPARE(form.GetCameraPlot(a)->axis(QCPAxis::atLeft)->range(), QCPRange(120, 750));
+    minEdit->setText(QStringLiteral("abc"));
+    QCOMPARE(form.GetCameraPlot(a)->axis(QCPAxis::atLeft)->range().lower, 0.0);
+}
+
+void TestPanel::setupDialogConvertsAndApplies_data()
+{
+    QTest::addColumn<int>("maxSamples");
+    QTest::addColumn<int>("samplePeriod");
+    QTest::addColumn<int>("intervalMs");
+    QTest::addColumn<int>("chooseMode");
+    QTest::addColumn<bool>("confirm");
+    QTest::addColumn<QList<int>>("shown"); // capacity, period, refresh, period enabled
+    QTest::addColumn<QList<int>>("result"); // maxSamples, samplePeriod, interval, mode, data kept, columns
+
+    QTest::newRow("capacity rounds down") << 1499999 << 8192 << 1000 << 0 << true << QList<int>{1, 8192, 1, 1}
+                                          << QList<int>{1000000, 8192, 1000, 0, 1, 12};
+    QTest::newRow("capacity rounds up") << 1500000 << 8192 << 1500 << 0 << true << QList<int>{2, 8192, 1, 1}
+                                        << QList<int>{2000000, 8192, 1000, 0, 1, 12};
+    QTest::newRow("short period clamps") << 10000000 << 1024 << 1000 << 0 << true << QList<int>{10, 4096, 1, 1}
+                                         << QList<int>{10000000, 4096, 1000, 0, 0, 12};
+    QTest::newRow("mode change rebuilds") << 10000000 << 4096 << 2000 << 1 << true << QList<int>{10, 4096, 2, 1}
+                                          << QList<int>{10000000, 4096, 2000, 1, 0, 11};
+    QTest::newRow("cancel keeps all") << 1499999 << 1024 << 1500 << 1 << false << QList<int>{1, 4096, 1, 1}
+                                      << QList<int>{1499999, 1024, 1500, 0, 1, 12};
+}
+
+void TestPanel::setupDialogConvertsAndApplies()
+{
+    QFETCH(int, maxSamples);
+    QFETCH(int, samplePeriod);
+    QFETCH(int, intervalMs);
+    QFETCH(int, chooseMode);
+    QFETCH(bool, confirm);
+    QFETCH(QList<int>, shown);
+    QFETCH(QList<int>, result);
+
+    const KSCORE_HANDLE hCam = openSmall("setup");
+    CxDataGraphForm form;
+    form.maxSamples = maxSamples;
+    form.samplePeriod = samplePeriod;
+    form.refreshTimer.setInterval(intervalMs);
+    CxCameraLineData* line = form.cameraLines.value(hCam);
+    line->frames.append(new CxCameraLineData::CxFrameData);
+
+    QList<int> seen;
+    answerNextModal([&](QWidget* modal) {
+        auto* dialog = qobject_cast<CxDataGraphSetupDlg*>(modal);
+        if (!dialog)
+            return false;
+        auto* period = dialog->findChild<QSpinBox*>("spinSamplePeriod");
+        seen << dialog->findChild<QSpinBox*>("spinCapacity")->value() << period->value()
+             << dialog->findChild<QSpinBox*>("graphRefreshPeriod")->value();
+        dialog->findChild<QComboBox*>("measureMode")->setCurrentIndex(chooseMode);
+        seen << int(period->isEnabled() == (chooseMode == 0));
+        confirm ? dialog->accept() : dialog->reject();
+        return true;
+    });
+    child<QToolButton>(&form, "btnSetup")->click();
+
+    QCOMPARE(seen, shown);
+    QCOMPARE(form.maxSamples, result[0]);
+    QCOMPARE(form.samplePeriod, result[1]);
+    QCOMPARE(form.refreshTimer.interval(), result[2]);
+    QCOMPARE(form.measureMode, result[3]);
+    QCOMPARE(int(!line->frames.isEmpty()), result[4]);
+    QCOMPARE(table(&form)->columnCount(), result[5]);
+}
+
+void TestPanel::settingsRoundTripThroughAnIniFile_data()
+{
+    QTest::addColumn<QVariantMap>("stored");
+    QTest::addColumn<QList<int>>("loaded"); // period, capacity, export type, mode, live graph
+    QTest::newRow("empty group") << QVariantMap() << QList<int>{1024, 10000000, 1, 0, 1};
+    QTest::newRow("all set") << QVariantMap{{"DTGTSamplePeriod", 8192}, {"DTGTMaxSamples", 2000000},
+                                            {"DTGTExportType", 2}, {"DTGTMeasMode", 1}, {"DTGTLiveGraph", 0}}
+                             << QList<int>{8192, 2000000, 2, 1, 0};
+    QTest::newRow("any non-zero checks") << QVariantMap{{"DTGTLiveGraph", 7}} << QList<int>{1024, 10000000, 1, 0, 1};
+    QTest::newRow("corrupt values") << QVariantMap{{"DTGTSamplePeriod", "abc"}, {"DTGTMaxSamples", "1e99"},
+                                                   {"DTGTExportType", 7}, {"DTGTLiveGraph", "yes"}}
+                                    << QList<int>{0, 0, 1, 0, 0};
+}
+
+void TestPanel::settingsRoundTripThroughAnIniFile()
+{
+    QFETCH(QVariantMap, stored);
+    QFETCH(QList<int>, loaded);
+    const KSCORE_HANDLE hCam = openSmall("settings");
+    QTemporaryDir dir;
+    QSettings settings(dir.filePath("host.ini"), QSettings::IniFormat);
+    for (auto it = stored.cbegin(); it != stored.cend(); ++it)
+        settings.setValue(it.key(), it.value());
+    settings.sync();
+
+    CxDataGraphForm form;
+    form.measureMode = 1;
+    form.loadSettings(&settings);
+    auto* exportButton = child<CxExportToolButton>(&form, "btnExport");
+    const bool live = child<QCheckBox>(&form, "checkBoxLiveGraph")->isChecked();
+    QCOMPARE(QList<int>({form.samplePeriod, form.maxSamples, int(exportButton->exportType()), form.measureMode,
+                         int(live)}),
+             loaded);
+    CxCameraLineData* line = form.cameraLines.value(hCam);
+    QCOMPARE(int(line->samplePeriod), loaded[0]);
+    QCOMPARE(line->maxSamples, loaded[1]);
+    QCOMPARE(table(&form)->columnCount(), loaded[3] == 1 ? 11 : 12);
+
+    settings.clear();
+    form.saveSettings(&settings);
+    settings.sync();
+    QSettings reread(dir.filePath("host.ini"), QSettings::IniFormat);
+    const QStringList keys = {"DTGTSamplePeriod", "DTGTMaxSamples", "DTGTExportType", "DTGTMeasMode",
+                              "DTGTLiveGraph"};
+    QList<int> saved;
+    for (const QString& key : keys) {
+        bool isInt = false;
+        saved << reread.value(key).toString().toInt(&isInt);
+        QVERIFY2(isInt, qPrintable(key));
+    }
+    QCOMPARE(saved, loaded);
+}
+
+void TestPanel::graphImageAndCsvExport()
+{
+    const KSCORE_HANDLE hCam = openSmall("export");
+    QTemporaryDir dir;
+    CxDataGraphForm form;
+    form.resize(900, 500);
+    auto* exportButton = child<CxExportToolButton>(&form, "btnExport");
+
+    exportButton->setPresetFileName(dir.filePath("ignored.png"));
+    QMetaObject::invokeMethod(&form, "onBtnExport", Q_ARG(int, 3));
+    QVERIFY(!QFile::exists(dir.filePath("ignored.png")));
+    exportButton->setPresetFileName(dir.filePath("graph.png"));
+    exportButton->click();
+    const QImage image(dir.filePath("graph.png"));
+    QCOMPARE(image.size(), plotOf(&form)->size());
+
+    // A camera that never measured has nothing to export: no file dialog.
+    QString information;
+    answerNextModal([&information](QWidget* modal) {
+        auto* box = qobject_cast<QMessageBox*>(modal);
+        information = box ? box->text() : modal->metaObject()->className();
+        static_cast<QDialog*>(modal)->reject();
+        return true;
+    });
+    buttonAt(&form, 0, Tp::colExportData)->click();
+    QCOMPARE(information, QStringLiteral("No measured data to export."));
+
+    form.maxSamples = 200000;
+    buttonAt(&form, 0, Tp::colMeasure)->click();
+    QTRY_VERIFY_WITH_TIMEOUT(storedFrames(form.cameraLines.value(hCam)) > 20, 20000);
+    buttonAt(&form, 0, Tp::colMeasure)->click();
+    form.timeAxisLower = -1000.0;
+    form.timeAxisUpper = 1000.0;
+    // A tick every millisecond must not catch the export holding the camera's lock.
+    form.refreshTimer.setInterval(1);
+
+    const QString csv = dir.filePath("report.csv");
+    answerNextModal([&csv](QWidget* modal) {
+        auto* fileDialog = qobject_cast<QFileDialog*>(modal);
+        if (!fileDialog)
+            return false;
+        fileDialog->selectFile(csv);
+        QMetaObject::invokeMethod(fileDialog, "accept");
+        return true;
+    });
+    buttonAt(&form, 0, Tp::colExportData)->click();
+    QFile file(csv);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readLine(), QByteArray("Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns], "
+                                         "Req. throughput [MB/s], Link throughput [MB/s], Buffer filled [B], "
+                                         "Max buffer level [%]\n"));
+    QVERIFY(file.readAll().count('\n') > 1000);
+    QCOMPARE(recorder()->lastUsedDirectory(), QFileInfo(csv).absolutePath());
+    QVERIFY(form.refreshTimer.isActive());
+}
+
+void TestPanel::measurementsStopBeforeTheirLinesGo()
+{
+    const int threadsBefore = threadCount();
+    QList<KSCORE_HANDLE> cams;
+    QList<QMap<QString, int>> before;
+    for (const char* id : {"d1", "d2", "d3"}) {
+        cams << openSmall(QLatin1String(id));
+        before << savedValues(cams.last());
+    }
+    auto* form = new CxDataGraphForm;
+    form->maxSamples = 100000;
+    child<QPushButton>(form, "btnStartAll")->click();
+    for (KSCORE_HANDLE hCam : cams)
+        QVERIFY(sim(hCam)->isAcquiring());
+
+    // The host closes a camera under a running measurement: it is stopped and restored first.
+    recorder()->clearCalls();
+    CxCameraManager::instance()->closeCamera(cams[0]);
+    QVERIFY(!form->cameraLines.contains(cams[0]));
+    QCOMPARE(table(form)->rowCount(), 2);
+
+    delete form;
+    for (int i = 1; i < 3; ++i) {
+        QVERIFY(!sim(cams[i])->isAcquiring());
+        QCOMPARE(savedValues(cams[i]), before[i]);
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(threadCount(), threadsBefore, 5000);
+}
+
+QTEST_MAIN(TestPanel)
+#include "tst_panel.moc"
