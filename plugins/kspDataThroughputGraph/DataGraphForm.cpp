@@ -119,6 +119,15 @@ QString composeCameraName(const CxCameraParameters::SxCameraInfo& info)
            QStringLiteral(")");
 }
 
+// A statistic as the table shows it, truncated towards zero. A value no integer can hold
+// (the minimum before any sample counted is the largest double) shows as "-".
+QString truncatedText(double value)
+{
+    if (!(value > -9.2e18 && value < 9.2e18))
+        return QStringLiteral("-");
+    return QString::number(qint64(value));
+}
+
 void logForm(int line, const char* function, const QString& failure)
 {
     logCritical(kSource, line, QByteArray(function).append("(): %1").constData(), failure);
@@ -285,9 +294,9 @@ void CxDataGraphForm::updateCameraListRow(KSCORE_HANDLE hCam)
 
     if (measureMode == MeasureModeDataThroughput) {
         using namespace ThroughputColumn;
-        updateTableItem(row, colAvgThroughput, QString::number(qint64(line->avgThroughput)));
-        updateTableItem(row, colMinThroughput, QString::number(qint64(line->minThroughput)));
-        updateTableItem(row, colMaxBufferLevel, QString::number(qint64(line->maxBufferLevel)) + QStringLiteral(" %"));
+        updateTableItem(row, colAvgThroughput, truncatedText(line->avgThroughput));
+        updateTableItem(row, colMinThroughput, truncatedText(line->minThroughput));
+        updateTableItem(row, colMaxBufferLevel, truncatedText(line->maxBufferLevel) + QStringLiteral(" %"));
         updateTableItem(row, colBufferOverflowCount, QString::number(line->bufferOverflowCount));
     } else {
         using namespace AcquisitionColumn;

@@ -1,0 +1,45 @@
+// The host's main window: the configured simulated cameras, opened and closed here, the
+// host's own acquisition with a live view of the last frame, the image format, and the
+// docks of the plug-in panels. Every action goes through the camera manager, so that the
+// plug-ins hear the same signals as under the real host.
+#pragma once
+
+#include "ksApi.h"
+
+#include <QMainWindow>
+#include <QTimer>
+
+class CxHostDelegate;
+class Ui_CxMainWindow;
+
+class CxMainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    CxMainWindow();
+    ~CxMainWindow() override;
+
+    void setDelegate(CxHostDelegate* delegate);
+    // Selects the camera of that identifier in the list.
+    void selectCamera(const QString& id);
+
+private slots:
+    void refreshCameraList();
+    void refreshControls();
+    void onOpen();
+    void onClose();
+    void onAcquire();
+    void onFormatChosen(int index);
+    void onCameraChanged(KSCORE_HANDLE hCam);
+    void updateLiveView();
+
+private:
+    QString selectedId() const;
+    KSCORE_HANDLE handleOf(const QString& id) const;
+
+    Ui_CxMainWindow* ui;
+    CxHostDelegate* m_delegate = nullptr;
+    QTimer m_liveTimer;
+    bool m_updatingFormat = false;
+};

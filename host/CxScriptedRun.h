@@ -1,0 +1,58 @@
+// The unattended demonstration: open every configured camera, press the panel's
+// "Start All", measure for a while, press "Stop All", and leave the results in a folder:
+// a screenshot of the window (panel.png), each camera's CSV report through the panel's
+// own export, and summary.json with what each camera's row shows.
+//
+// Everything goes through the panel's widgets, as a user would: buttons are clicked and
+// the dialogs they open are answered.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+class QMainWindow;
+class QTableWidget;
+class QWidget;
+
+class CxScriptedRun : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct SxOptions
+    {
+        QString outDir;
+        double durationSeconds = 10.0;
+        bool acquisitionMode = false;
+    };
+
+    CxScriptedRun(QMainWindow* window, const SxOptions& options);
+
+    // Starts the run; finished() reports the exit code.
+    void start();
+
+signals:
+    void finished(int exitCode);
+
+private slots:
+    void showProgress();
+    void stopAndReport();
+
+private:
+    QWidget* panel() const;
+    QTableWidget* panelTable() const;
+    bool clickPanelButton(const char* objectName);
+    void fail(const QString& message);
+    void exportCsvReports();
+    QJsonArray summarise() const;
+    void printSummary(const QJsonArray& cameras) const;
+
+    QMainWindow* m_window;
+    SxOptions m_options;
+    QTimer m_progressTimer;
+    QElapsedTimer m_elapsed;
+    bool m_tty = false;
+};

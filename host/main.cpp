@@ -1,0 +1,227 @@
+// lumorix-sim: a small stand-in for the Lumorix host application. It runs the host's
+// plug-ins against simulated cameras, in a window or, without a display, as a scripted
+// measurement that leaves its results in a folder.
+
+#include "CxCameraManager.h"
+#include "CxHostDelegate.h"
+#include "CxMainWindow.h"
+#include "CxPluginHost.h"
+#include "CxScriptedRun.h"
+#include "ksSim/CxSimulation.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDateTime>
+#include <QDir>
+#include <QPalette>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QStyleFactory>
+#include <cstdio>
+
+namespace {
+
+struct SxHostOptions
+{
+    QString camerasFile;
+    bool headless = false;
+    double duration = 10.0;
+    bool acquisition = false;
+    QString outDir;
+    QString pluginDir;
+};
+
+bool hasDisplay()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+// Reads the command line before the application exists, so that a headless run can pick
+// the offscreen platform. Prints help or an error itself; returns the exit code to leave
+// with, or -1 to go on.
+int parseOptions(const QStringList& arguments, SxHostOptions* options)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Runs the Lumorix host's plug-ins against simulated cameras. Without a display (or with "
+                       "--headless) it opens every camera, presses \"Start All\" in the Data Throughput Graph "
+                       "panel, measures, presses \"Stop All\" and writes panel.png, one CSV report per camera "
+                       "and summary.json into the output folder."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this help."));
+    const QCommandLineOption cameras(QStringLiteral("cameras"),
+                                     QStringLiteral("Camera configuration (JSON); default: the built-in cameras."),
+                                     QStringLiteral("FILE"));
+    const QCommandLineOption headless(QStringLiteral("headless"),
+                                      QStringLiteral("Scripted run; implied when there is no display."));
+    const QCommandLineOption duration(QStringLiteral("duration"),
+                                      QStringLiteral("Seconds to measure in the scripted run (default 10)."),
+                                      QStringLiteral("SECONDS"), QStringLiteral("10"));
+    const QCommandLineOption mode(QStringLiteral("mode"),
+                                  QStringLiteral("throughput (default) or acquisition, for the scripted run."),
+                                  QStringLiteral("MODE"), QStringLiteral("throughput"));
+    const QCommandLineOption out(QStringLiteral("out"),
+                                 QStringLiteral("Output folder of the scripted run (default: a new folder)."),
+                                 QStringLiteral("DIR"));
+    const QCommandLineOption plugins(QStringLiteral("plugins"),
+                                     QStringLiteral("Plug-in folder (default: plugins next to the program)."),
+                                     QStringLiteral("DIR"));
+    parser.addOptions({help, cameras, headless, duration, mode, out, plugins});
+    if (!parser.parse(arguments)) {
+        fprintf(stderr, "lumorix-sim: %s\nTry --help.\n", qPrintable(parser.errorText()));
+        return 2;
+    }
+    if (parser.isSet(help)) {
+        fprintf(stdout, "%s", qPrintable(parser.helpText()));
+        return 0;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        fprintf(stderr, "lumorix-sim: unexpected argument '%s'\nTry --help.\n",
+                qPrintable(parser.positionalArguments().first()));
+        return 2;
+    }
+    bool ok = false;
+    options->duration = parser.value(duration).toDouble(&ok);
+    if (!ok || options->duration <= 0.0 || options->duration > 86400.0) {
+        fprintf(stderr, "lumorix-sim: --duration: '%s' is not a number of seconds between 0 and 86400\n",
+                qPrintable(parser.value(duration)));
+        return 2;
+    }
+    const QString modeText = parser.value(mode);
+    if (modeText != QLatin1String("throughput") && modeText != QLatin1String("acquisition")) {
+        fprintf(stderr, "lumorix-sim: --mode: '%s' is neither 'throughput' nor 'acquisition'\n",
+                qPrintable(modeText));
+        return 2;
+    }
+    options->acquisition = modeText == QLatin1String("acquisition");
+    options->camerasFile = parser.value(cameras);
+    options->headless = parser.isSet(headless) || !hasDisplay();
+    options->outDir = parser.value(out);
+    options->pluginDir = parser.value(plugins);
+    return -1;
+}
+
+// The offscreen platform of a headless run reports each top-level window it cannot size
+// like a desktop would; the line says nothing about the run and would bury its output.
+QtMessageHandler g_defaultHandler = nullptr;
+
+void filterPlatformNoise(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (type == QtWarningMsg && message == QLatin1String("This plugin does not support propagateSizeHints()"))
+        return;
+    g_defaultHandler(type, context, message);
+}
+
+void applyDarkTheme(QApplication& app)
+{
+    app.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QPalette palette;
+    palette.setColor(QPalette::Window, QColor(45, 47, 53));
+    palette.setColor(QPalette::WindowText, QColor(230, 230, 230));
+    palette.setColor(QPalette::Base, QColor(32, 34, 40));
+    palette.setColor(QPalette::AlternateBase, QColor(45, 47, 53));
+    palette.setColor(QPalette::Text, QColor(230, 230, 230));
+    palette.setColor(QPalette::Button, QColor(58, 61, 68));
+    palette.setColor(QPalette::ButtonText, QColor(230, 230, 230));
+    palette.setColor(QPalette::Highlight, QColor(42, 130, 218));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::ToolTipBase, QColor(58, 61, 68));
+    palette.setColor(QPalette::ToolTipText, QColor(230, 230, 230));
+    palette.setColor(QPalette::Disabled, QPalette::Text, QColor(120, 120, 120));
+    palette.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(120, 120, 120));
+    palette.setColor(QPalette::Disabled, QPalette::WindowText, QColor(120, 120, 120));
+    app.setPalette(palette);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    SxHostOptions options;
+    const int early = parseOptions(arguments, &options);
+    if (early >= 0)
+        return early;
+    if (options.headless && !hasDisplay()) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        g_defaultHandler = qInstallMessageHandler(filterPlatformNoise);
+    }
+
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Quorvane"));
+    QApplication::setApplicationName(QStringLiteral("lumorix-sim"));
+    applyDarkTheme(app);
+
+    if (!options.camerasFile.isEmpty()) {
+        QString error;
+        if (!CxSimulation::loadConfigurationFile(options.camerasFile, &error)) {
+            fprintf(stderr, "lumorix-sim: %s\n", qPrintable(error));
+            return 2;
+        }
+    }
+
+    // A scripted run keeps its settings with its results, so it neither depends on nor
+    // changes what the user's own sessions stored.
+    if (options.headless && options.outDir.isEmpty())
+        options.outDir = QDir::temp().filePath(
+            QStringLiteral("lumorix-sim-") + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")));
+    if (options.headless && !QDir().mkpath(options.outDir)) {
+        fprintf(stderr, "lumorix-sim: %s: the output folder cannot be created\n", qPrintable(options.outDir));
+        return 2;
+    }
+    std::unique_ptr<QSettings> settings =
+        options.headless ? std::make_unique<QSettings>(QDir(options.outDir).filePath(QStringLiteral("settings.ini")),
+                                                       QSettings::IniFormat)
+                         : std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
+                                                       QStringLiteral("Quorvane"), QStringLiteral("lumorix-sim"));
+
+    auto* window = new CxMainWindow;
+    CxHostDelegate delegate(window, settings.get());
+    window->setDelegate(&delegate);
+
+    const QString pluginDir = options.pluginDir.isEmpty()
+                                  ? QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("plugins"))
+                                  : options.pluginDir;
+    CxPluginHost plugins;
+    QStringList errors;
+    plugins.loadAll(pluginDir, settings.get(), &errors);
+    for (const QString& error : std::as_const(errors))
+        fprintf(stderr, "lumorix-sim: plug-in skipped: %s\n", qPrintable(error));
+    if (plugins.plugins().isEmpty())
+        fprintf(stderr, "lumorix-sim: no plug-in loaded from %s\n", qPrintable(pluginDir));
+
+    window->restoreGeometry(settings->value(QStringLiteral("Host/Geometry")).toByteArray());
+    window->show();
+
+    int exitCode = 0;
+    std::unique_ptr<CxScriptedRun> run;
+    if (options.headless) {
+        fprintf(stdout, "Scripted run: %g s of %s, results in %s\n", options.duration,
+                options.acquisition ? "standard acquisition" : "data throughput measurement",
+                qPrintable(QDir(options.outDir).absolutePath()));
+        fflush(stdout);
+        run = std::make_unique<CxScriptedRun>(window,
+                                              CxScriptedRun::SxOptions{options.outDir, options.duration, options.acquisition});
+        QObject::connect(run.get(), &CxScriptedRun::finished, &app, [&exitCode](int code) {
+            exitCode = code;
+            QCoreApplication::quit();
+        });
+        QTimer::singleShot(0, run.get(), &CxScriptedRun::start);
+        app.exec();
+    } else {
+        CxCameraManager* manager = CxCameraManager::instance();
+        for (const QString& id : manager->availableCameras())
+            manager->openCamera(id);
+        exitCode = app.exec();
+    }
+
+    settings->setValue(QStringLiteral("Host/Geometry"), window->saveGeometry());
+    plugins.saveAndUnload(settings.get());
+    // The panels go with the window; they stop what they measure before their libraries' code
+    // is gone, and the cameras close after them.
+    delete window;
+    CxCameraManager::instance()->closeAllCameras();
+    settings->sync();
+    return exitCode;
+}
