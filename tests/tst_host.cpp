@@ -1,0 +1,174 @@
+// The host application as a user runs it: a scripted run without a display, the real
+// window under a virtual X server, and clear errors for bad command lines.
+
+#include "ksSim/CxSimulation.h"
+
+#include <QFile>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QSettings>
+#include <QSet>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+struct SxRun
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+SxRun runHost(const QStringList& arguments, const QString& wrapper = QString())
+{
+    QProcess process;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.remove(QStringLiteral("DISPLAY"));
+    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    process.setProcessEnvironment(env);
+    if (wrapper.isEmpty())
+        process.start(QStringLiteral(HOST_PATH), arguments);
+    else
+        process.start(wrapper, QStringList{QStringLiteral("-a"), QStringLiteral(HOST_PATH)} + arguments);
+    SxRun run;
+    if (!process.waitForFinished(90000)) {
+        process.kill();
+        process.waitForFinished();
+        return run;
+    }
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = QString::fromLocal8Bit(process.readAllStandardOutput());
+    run.err = QString::fromLocal8Bit(process.readAllStandardError());
+    return run;
+}
+
+QJsonArray summaryCameras(const QString& dir)
+{
+    QFile file(dir + QStringLiteral("/summary.json"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QJsonDocument::fromJson(file.readAll()).object().value(QStringLiteral("cameras")).toArray();
+}
+
+// More than a handful of colours: the window and its graph were painted.
+bool isPainted(const QImage& image)
+{
+    QSet<QRgb> colours;
+    for (int y = 0; y < image.height(); y += 7)
+        for (int x = 0; x < image.width(); x += 7)
+            colours.insert(image.pixel(x, y));
+    return colours.size() > 20;
+}
+
+} // namespace
+
+class TestHost : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void headlessRunLeavesScreenshotReportsAndSummary();
+    void realWindowUnderAVirtualDisplay();
+    void badCommandLinesAreRefusedClearly_data();
+    void badCommandLinesAreRefusedClearly();
+};
+
+void TestHost::headlessRunLeavesScreenshotReportsAndSummary()
+{
+    QTemporaryDir dir;
+    const SxRun run = runHost({QStringLiteral("--duration"), QStringLiteral("3"), QStringLiteral("--out"), dir.path()});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    QVERIFY2(run.out.contains(QStringLiteral("measuring 3.0 of 3.0 s")), qPrintable(run.out));
+    QVERIFY2(!run.err.contains(QStringLiteral("plug-in skipped")), qPrintable(run.err));
+
+    const QImage shot(dir.filePath(QStringLiteral("panel.png")));
+    QVERIFY(shot.width() >= 1000);
+    QVERIFY(isPainted(shot));
+
+    const QList<CxSimCameraConfig> cameras = CxSimulation::defaultConfiguration();
+    const QJsonArray summary = summaryCameras(dir.path());
+    QCOMPARE(summary.size(), cameras.size());
+    for (int i = 0; i < cameras.size(); ++i) {
+        const CxSimCameraConfig& config = cameras[i];
+        const QJsonObject camera = summary[i].toObject();
+        const QString name = QStringLiteral("%1 (%2)").arg(
+            config.modelName, config.nameSelection < 1 ? config.serialNumber : config.userName);
+        QCOMPARE(camera.value("name").toString(), name);
+        QCOMPARE(camera.value("status").toString(), QStringLiteral("Stopped"));
+        QVERIFY(camera.value("minThroughput").isDouble());
+        // The link's time average: its base rate, less what its periodic dips take away.
+        double expected = config.link.rateMBps;
+        for (const SxLinkDip& dip : config.link.dips)
+            expected -= dip.lengthMs / dip.periodMs * (config.link.rateMBps - dip.rateMBps);
+        const double measured = camera.value("avgThroughput").toDouble();
+        QVERIFY2(qAbs(measured - expected) <= 0.01 * expected,
+                 qPrintable(QStringLiteral("%1: %2 MB/s against %3").arg(name).arg(measured).arg(expected)));
+
+        QString csvName = name;
+        csvName.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
+        QFile csv(dir.filePath(csvName + QStringLiteral(".csv")));
+        QVERIFY2(csv.open(QIODevice::ReadOnly), qPrintable(csv.fileName()));
+        QVERIFY(csv.readLine().startsWith("Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns]"));
+        QVERIFY(csv.readLine().count(',') == 7);
+    }
+
+    // The plug-in's settings went through the host's store on the way out.
+    QSettings settings(dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
+    QCOMPARE(settings.value(QStringLiteral("DataThroughputGraphPlugin/DTGTSamplePeriod")).toInt(), 1024);
+}
+
+void TestHost::realWindowUnderAVirtualDisplay()
+{
+    const QString xvfbRun = QStandardPaths::findExecutable(QStringLiteral("xvfb-run"));
+    if (xvfbRun.isEmpty())
+        QSKIP("xvfb-run is not installed");
+    QTemporaryDir dir;
+    const SxRun run = runHost({QStringLiteral("--headless"), QStringLiteral("--duration"), QStringLiteral("1.5"),
+                               QStringLiteral("--mode"), QStringLiteral("acquisition"), QStringLiteral("--out"),
+                               dir.path()},
+                              xvfbRun);
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    QVERIFY(isPainted(QImage(dir.filePath(QStringLiteral("panel.png")))));
+    const QJsonArray summary = summaryCameras(dir.path());
+    QCOMPARE(summary.size(), 2);
+    for (const QJsonValue& camera : summary)
+        QVERIFY(camera.toObject().value("counters").toObject().value("Transferred").toInt() > 10);
+}
+
+void TestHost::badCommandLinesAreRefusedClearly_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("message");
+    QTemporaryDir* dir = new QTemporaryDir;
+    const QString notJson = dir->filePath(QStringLiteral("cams.json"));
+    QFile file(notJson);
+    file.open(QIODevice::WriteOnly);
+    file.write("{\"cameras\": [ {\"link\": ");
+    file.close();
+
+    QTest::newRow("unknown option") << QStringList{"--bogus"} << "Unknown option 'bogus'";
+    QTest::newRow("duration not a number") << QStringList{"--duration", "ten"} << "--duration: 'ten'";
+    QTest::newRow("unknown mode") << QStringList{"--mode", "fast"} << "--mode: 'fast'";
+    QTest::newRow("truncated camera file") << QStringList{"--cameras", notJson} << "cams.json";
+    QTest::newRow("missing camera file") << QStringList{"--cameras", "/nonexistent/cams.json"} << "/nonexistent/cams.json";
+    QTest::newRow("no plug-ins") << QStringList{"--plugins", dir->path(), "--out", dir->path()}
+                                 << "the Data Throughput Graph panel was not loaded";
+}
+
+void TestHost::badCommandLinesAreRefusedClearly()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, message);
+    const SxRun run = runHost(arguments);
+    QVERIFY(run.exitCode > 0);
+    QVERIFY2(run.err.contains(message), qPrintable(run.err));
+}
+
+QTEST_MAIN(TestHost)
+#include "tst_host.moc"
