@@ -1,0 +1,82 @@
+// One refresh of the real panel (updateGraph) with cameras measuring and their stores full
+// at the default capacity, all of it visible on a 1000-pixel plot: how much of the refresh
+// period the tool's own drawing takes on the GUI thread.
+
+#include "CxCameraManager.h"
+#include "DataGraphForm.h"
+#include "ksSim/CxSimulation.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QPushButton>
+#include <QThread>
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+int storedSamples(CxCameraLineData* line)
+{
+    QMutexLocker lock(&line->dataMutex);
+    int samples = 0;
+    for (const CxCameraLineData::CxFrameData* frame : std::as_const(line->frames))
+        samples += int(frame->sampleCount);
+    return samples;
+}
+
+double medianRefreshMs(CxDataGraphForm& form, int rounds)
+{
+    QList<double> times;
+    for (int i = 0; i < rounds; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        QMetaObject::invokeMethod(&form, "updateGraph");
+        times << timer.nsecsElapsed() / 1e6;
+    }
+    std::sort(times.begin(), times.end());
+    return times[times.size() / 2];
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    const int cameras = argc > 1 ? qMax(1, atoi(argv[1])) : 2;
+    QList<KSCORE_HANDLE> handles;
+    for (int i = 0; i < cameras; ++i) {
+        CxSimCameraConfig config;
+        config.id = QStringLiteral("bench%1").arg(i);
+        config.link.rateMBps = 400.0;
+        config.pacing = ExPacing::Unpaced;
+        CxSimulation::addCamera(config);
+        handles << CxCameraManager::instance()->openCamera(config.id);
+    }
+    CxDataGraphForm form;
+    form.refreshTimer.stop();
+    form.resize(1000 + 200, 700);
+    form.show();
+    auto* plot = form.findChild<QCustomPlot*>(QStringLiteral("plot"));
+    plot->setFixedWidth(1000);
+    QCoreApplication::processEvents();
+    form.findChild<QPushButton*>(QStringLiteral("btnStartAll"))->click();
+
+    // Wait until every store has turned over once: full at the default capacity.
+    for (KSCORE_HANDLE hCam : handles) {
+        CxCameraLineData* line = form.cameraLines.value(hCam);
+        while (storedSamples(line) < form.maxSamples)
+            QThread::msleep(50);
+    }
+    // The time axis follows "now" while cameras measure; a minute back covers every stored
+    // frame of the unpaced cameras, whose clock runs ahead of the wall clock.
+    plot->axisRect(0)->axis(QCPAxis::atBottom)->setRange(-60.0, 0.0);
+    const double ms = medianRefreshMs(form, 9);
+    printf("figure refresh_ms_%dcams %.1f ms (updateGraph, %d samples per camera, %d px plot, measuring)\n", cameras,
+           ms, storedSamples(form.cameraLines.first()), plot->width());
+    printf("figure refresh_pct_%dcams %.1f %% (of the %d ms refresh period)\n", cameras,
+           100.0 * ms / form.refreshTimer.interval(), form.refreshTimer.interval());
+    form.findChild<QPushButton*>(QStringLiteral("btnStartAll"))->click();
+    return 0;
+}
