@@ -73,8 +73,8 @@ int main(int argc, char* argv[])
     // frame of the unpaced cameras, whose clock runs ahead of the wall clock.
     plot->axisRect(0)->axis(QCPAxis::atBottom)->setRange(-60.0, 0.0);
     const double ms = medianRefreshMs(form, 9);
-    printf("figure refresh_ms_%dcams %.1f ms (updateGraph, %d samples per camera, %d px plot, measuring)\n", cameras,
-           ms, storedSamples(form.cameraLines.first()), plot->width());
+    printf("figure refresh_ms_%dcams %.1f ms (updateGraph, %d samples per camera, %d px plot, measuring)\n",
+           cameras, ms, storedSamples(form.cameraLines.first()), plot->width());
     printf("figure refresh_pct_%dcams %.1f %% (of the %d ms refresh period)\n", cameras,
            100.0 * ms / form.refreshTimer.interval(), form.refreshTimer.interval());
     form.findChild<QPushButton*>(QStringLiteral("btnStartAll"))->click();

@@ -12,7 +12,8 @@ const char* const kLastDirectoryKey = "Host/LastUsedDirectory";
 const char* const kLevelKey = "Host/UserLevel";
 } // namespace
 
-CxHostDelegate::CxHostDelegate(QMainWindow* window, QSettings* settings) : m_window(window), m_settings(settings)
+CxHostDelegate::CxHostDelegate(QMainWindow* window, QSettings* settings)
+    : m_window(window), m_settings(settings)
 {
     m_level = qBound(0, m_settings->value(QLatin1String(kLevelKey), 3).toInt(), 4);
     IxAppDelegate::setInstance(this);

@@ -17,7 +17,8 @@ enum : int
     colLink,
     colState,
 };
-const char* const kLevelNames[] = {"0 - Basic", "1 - Standard", "2 - Advanced", "3 - Expert", "4 - Developer"};
+const char* const kLevelNames[] = {"0 - Basic", "1 - Standard", "2 - Advanced", "3 - Expert",
+                                   "4 - Developer"};
 
 // The high byte of each pixel as an 8-bit grey image; enough for a glance at the stream.
 QImage toGrey(const KS_IMG& image)
@@ -42,12 +43,14 @@ CxMainWindow::CxMainWindow() : ui(new Ui_CxMainWindow)
     connect(ui->btnOpen, &QPushButton::clicked, this, &CxMainWindow::onOpen);
     connect(ui->btnClose, &QPushButton::clicked, this, &CxMainWindow::onClose);
     connect(ui->btnAcquire, &QPushButton::clicked, this, &CxMainWindow::onAcquire);
-    connect(ui->comboFormat, qOverload<int>(&QComboBox::currentIndexChanged), this, &CxMainWindow::onFormatChosen);
+    connect(ui->comboFormat, qOverload<int>(&QComboBox::currentIndexChanged), this,
+            &CxMainWindow::onFormatChosen);
     connect(ui->cameraTable, &QTableWidget::itemSelectionChanged, this, &CxMainWindow::refreshControls);
 
     CxCameraManager* manager = CxCameraManager::instance();
     connect(manager, &CxCameraManager::cameraOpened, this, &CxMainWindow::onCameraChanged);
-    connect(manager, &CxCameraManager::cameraClosed, this, &CxMainWindow::onCameraChanged, Qt::QueuedConnection);
+    connect(manager, &CxCameraManager::cameraClosed, this, &CxMainWindow::onCameraChanged,
+            Qt::QueuedConnection);
     connect(manager, &CxCameraManager::acquisitionStarted, this, &CxMainWindow::onCameraChanged);
     connect(manager, &CxCameraManager::acquisitionFinished, this, &CxMainWindow::onCameraChanged);
     connect(manager, &CxCameraManager::imageFormatChanged, this, &CxMainWindow::onCameraChanged);
@@ -116,9 +119,9 @@ void CxMainWindow::refreshCameraList()
             state = tr("Acquiring");
         else if (hCam)
             state = tr("Open");
-        const QStringList texts = {config.id, config.modelName,
-                                   QStringLiteral("%1, %2 MB/s").arg(config.link.type).arg(config.link.rateMBps),
-                                   state};
+        const QStringList texts = {
+            config.id, config.modelName,
+            QStringLiteral("%1, %2 MB/s").arg(config.link.type).arg(config.link.rateMBps), state};
         for (int column = 0; column < texts.size(); ++column) {
             QTableWidgetItem* item = ui->cameraTable->item(row, column);
             if (!item) {
@@ -147,7 +150,8 @@ void CxMainWindow::refreshControls()
     m_updatingFormat = true;
     ui->comboFormat->clear();
     CxCameraParameters* parameters = hCam ? CxCameraManager::instance()->cameraParameters(hCam) : nullptr;
-    CxCameraParam* format = parameters ? parameters->findParam(QStringLiteral("imgdataformat"), false) : nullptr;
+    CxCameraParam* format =
+        parameters ? parameters->findParam(QStringLiteral("imgdataformat"), false) : nullptr;
     if (format) {
         for (const CxCameraParam::SxEnumItem& item : format->enumItems())
             ui->comboFormat->addItem(item.displayText, item.value);
@@ -176,7 +180,8 @@ void CxMainWindow::onAcquire()
     if (!hCam)
         return;
     CxCameraManager* manager = CxCameraManager::instance();
-    const bool done = manager->isCameraRunning(hCam) ? manager->stopAcquisition(hCam) : manager->startAcquisition(hCam);
+    const bool done =
+        manager->isCameraRunning(hCam) ? manager->stopAcquisition(hCam) : manager->startAcquisition(hCam);
     if (!done)
         statusBar()->showMessage(tr("The camera refused the acquisition command."), 5000);
 }
@@ -206,5 +211,6 @@ void CxMainWindow::updateLiveView()
         return;
     const QImage grey = toGrey(image);
     ui->liveView->setPixmap(QPixmap::fromImage(grey).scaled(ui->liveView->size(), Qt::KeepAspectRatio));
-    ui->liveView->setToolTip(tr("Frame %1, %2 x %3").arg(image.frameNumber).arg(image.width).arg(image.height));
+    ui->liveView->setToolTip(
+        tr("Frame %1, %2 x %3").arg(image.frameNumber).arg(image.width).arg(image.height));
 }

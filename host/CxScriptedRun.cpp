@@ -75,7 +75,8 @@ int leadingInt(const QString& text, bool* ok)
 
 } // namespace
 
-CxScriptedRun::CxScriptedRun(QMainWindow* window, const SxOptions& options) : m_window(window), m_options(options)
+CxScriptedRun::CxScriptedRun(QMainWindow* window, const SxOptions& options)
+    : m_window(window), m_options(options)
 {
     m_tty = isatty(fileno(stdout));
     m_progressTimer.setInterval(m_tty ? 250 : 1000);
@@ -146,7 +147,8 @@ void CxScriptedRun::start()
         m_window->grab().save(QDir(m_options.outDir).filePath(QStringLiteral("measuring.png")));
     });
     // A coarse timer may fire up to 5 % early; the run lasts what was asked.
-    QTimer::singleShot(int(m_options.durationSeconds * 1000.0), Qt::PreciseTimer, this, &CxScriptedRun::stopAndReport);
+    QTimer::singleShot(int(m_options.durationSeconds * 1000.0), Qt::PreciseTimer, this,
+                       &CxScriptedRun::stopAndReport);
 }
 
 void CxScriptedRun::showProgress()
@@ -290,13 +292,14 @@ void CxScriptedRun::printSummary(const QJsonArray& cameras) const
         }
         return;
     }
-    fprintf(stdout, "%-36s %-8s %10s %10s %10s %10s\n", "Camera", "Status", "Avg MB/s", "Min MB/s", "Max buf %",
-            "Overflows");
+    fprintf(stdout, "%-36s %-8s %10s %10s %10s %10s\n", "Camera", "Status", "Avg MB/s", "Min MB/s",
+            "Max buf %", "Overflows");
     for (const QJsonValue& entry : cameras) {
         const QJsonObject camera = entry.toObject();
-        fprintf(stdout, "%-36s %-8s %10s %10s %10s %10s\n", qPrintable(camera.value("name").toString()),
-                qPrintable(camera.value("status").toString()), qPrintable(text(camera.value("avgThroughput"))),
-                qPrintable(text(camera.value("minThroughput"))), qPrintable(text(camera.value("maxBufferLevel"))),
-                qPrintable(text(camera.value("bufferOverflowCount"))));
+        fprintf(
+            stdout, "%-36s %-8s %10s %10s %10s %10s\n", qPrintable(camera.value("name").toString()),
+            qPrintable(camera.value("status").toString()), qPrintable(text(camera.value("avgThroughput"))),
+            qPrintable(text(camera.value("minThroughput"))), qPrintable(text(camera.value("maxBufferLevel"))),
+            qPrintable(text(camera.value("bufferOverflowCount"))));
     }
 }

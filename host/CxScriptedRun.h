@@ -1,7 +1,7 @@
 // The unattended demonstration: open every configured camera, press the panel's
 // "Start All", measure for a while, press "Stop All", and leave the results in a folder:
-// screenshots of the window while it measures (measuring.png) and after (panel.png), each camera's CSV report through the panel's
-// own export, and summary.json with what each camera's row shows.
+// screenshots of the window while it measures (measuring.png) and after (panel.png), each camera's CSV report
+// through the panel's own export, and summary.json with what each camera's row shows.
 //
 // Everything goes through the panel's widgets, as a user would: buttons are clicked and
 // the dialogs they open are answered.

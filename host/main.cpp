@@ -42,23 +42,25 @@ bool hasDisplay()
 int parseOptions(const QStringList& arguments, SxHostOptions* options)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Runs the Lumorix host's plug-ins against simulated cameras. Without a display (or with "
-                       "--headless) it opens every camera, presses \"Start All\" in the Data Throughput Graph "
-                       "panel, measures, presses \"Stop All\" and writes panel.png, one CSV report per camera "
-                       "and summary.json into the output folder."));
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this help."));
-    const QCommandLineOption cameras(QStringLiteral("cameras"),
-                                     QStringLiteral("Camera configuration (JSON); default: the built-in cameras."),
-                                     QStringLiteral("FILE"));
+    parser.setApplicationDescription(QStringLiteral(
+        "Runs the Lumorix host's plug-ins against simulated cameras. Without a display (or with "
+        "--headless) it opens every camera, presses \"Start All\" in the Data Throughput Graph "
+        "panel, measures, presses \"Stop All\" and writes panel.png, one CSV report per camera "
+        "and summary.json into the output folder."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Shows this help."));
+    const QCommandLineOption cameras(
+        QStringLiteral("cameras"),
+        QStringLiteral("Camera configuration (JSON); default: the built-in cameras."),
+        QStringLiteral("FILE"));
     const QCommandLineOption headless(QStringLiteral("headless"),
                                       QStringLiteral("Scripted run; implied when there is no display."));
     const QCommandLineOption duration(QStringLiteral("duration"),
                                       QStringLiteral("Seconds to measure in the scripted run (default 10)."),
                                       QStringLiteral("SECONDS"), QStringLiteral("10"));
-    const QCommandLineOption mode(QStringLiteral("mode"),
-                                  QStringLiteral("throughput (default) or acquisition, for the scripted run."),
-                                  QStringLiteral("MODE"), QStringLiteral("throughput"));
+    const QCommandLineOption mode(
+        QStringLiteral("mode"), QStringLiteral("throughput (default) or acquisition, for the scripted run."),
+        QStringLiteral("MODE"), QStringLiteral("throughput"));
     const QCommandLineOption out(QStringLiteral("out"),
                                  QStringLiteral("Output folder of the scripted run (default: a new folder)."),
                                  QStringLiteral("DIR"));
@@ -164,25 +166,28 @@ int main(int argc, char* argv[])
     // A scripted run keeps its settings with its results, so it neither depends on nor
     // changes what the user's own sessions stored.
     if (options.headless && options.outDir.isEmpty())
-        options.outDir = QDir::temp().filePath(
-            QStringLiteral("lumorix-sim-") + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")));
+        options.outDir =
+            QDir::temp().filePath(QStringLiteral("lumorix-sim-") +
+                                  QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")));
     if (options.headless && !QDir().mkpath(options.outDir)) {
         fprintf(stderr, "lumorix-sim: %s: the output folder cannot be created\n", qPrintable(options.outDir));
         return 2;
     }
     std::unique_ptr<QSettings> settings =
-        options.headless ? std::make_unique<QSettings>(QDir(options.outDir).filePath(QStringLiteral("settings.ini")),
-                                                       QSettings::IniFormat)
-                         : std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
-                                                       QStringLiteral("Quorvane"), QStringLiteral("lumorix-sim"));
+        options.headless
+            ? std::make_unique<QSettings>(QDir(options.outDir).filePath(QStringLiteral("settings.ini")),
+                                          QSettings::IniFormat)
+            : std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
+                                          QStringLiteral("Quorvane"), QStringLiteral("lumorix-sim"));
 
     auto* window = new CxMainWindow;
     CxHostDelegate delegate(window, settings.get());
     window->setDelegate(&delegate);
 
-    const QString pluginDir = options.pluginDir.isEmpty()
-                                  ? QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("plugins"))
-                                  : options.pluginDir;
+    const QString pluginDir =
+        options.pluginDir.isEmpty()
+            ? QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("plugins"))
+            : options.pluginDir;
     CxPluginHost plugins;
     QStringList errors;
     plugins.loadAll(pluginDir, settings.get(), &errors);
@@ -201,8 +206,8 @@ int main(int argc, char* argv[])
                 options.acquisition ? "standard acquisition" : "data throughput measurement",
                 qPrintable(QDir(options.outDir).absolutePath()));
         fflush(stdout);
-        run = std::make_unique<CxScriptedRun>(window,
-                                              CxScriptedRun::SxOptions{options.outDir, options.duration, options.acquisition});
+        run = std::make_unique<CxScriptedRun>(
+            window, CxScriptedRun::SxOptions{options.outDir, options.duration, options.acquisition});
         QObject::connect(run.get(), &CxScriptedRun::finished, &app, [&exitCode](int code) {
             exitCode = code;
             QCoreApplication::quit();

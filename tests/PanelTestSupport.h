@@ -42,10 +42,15 @@ inline void answerNextModal(std::function<bool(QWidget*)> answer, int timeoutMs 
 // The camera values the tool saves before a run and must put back after it.
 inline QMap<QString, int> savedValues(KSCORE_HANDLE hCam)
 {
-    static const char* const names[] = {"imgdataformat",         "output_bit_depth", "output_bit_packing",
-                                        "buffer_policy",         "column_fpn_correction",
-                                        "row_fpn_correction",    "LUTEnable",
-                                        "test_pattern_generator_selector", "test_pattern"};
+    static const char* const names[] = {"imgdataformat",
+                                        "output_bit_depth",
+                                        "output_bit_packing",
+                                        "buffer_policy",
+                                        "column_fpn_correction",
+                                        "row_fpn_correction",
+                                        "LUTEnable",
+                                        "test_pattern_generator_selector",
+                                        "test_pattern"};
     QMap<QString, int> values;
     for (const char* name : names)
         values.insert(QLatin1String(name), simtest::sim(hCam)->parameterValue(QLatin1String(name)));

@@ -9,8 +9,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
-#include <QSettings>
 #include <QSet>
+#include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -82,7 +82,8 @@ private slots:
 void TestHost::headlessRunLeavesScreenshotReportsAndSummary()
 {
     QTemporaryDir dir;
-    const SxRun run = runHost({QStringLiteral("--duration"), QStringLiteral("3"), QStringLiteral("--out"), dir.path()});
+    const SxRun run =
+        runHost({QStringLiteral("--duration"), QStringLiteral("3"), QStringLiteral("--out"), dir.path()});
     QVERIFY2(run.exitCode == 0, qPrintable(run.err));
     QVERIFY2(run.out.contains(QStringLiteral("measuring 3.0 of 3.0 s")), qPrintable(run.out));
     QVERIFY2(!run.err.contains(QStringLiteral("plug-in skipped")), qPrintable(run.err));
@@ -129,9 +130,9 @@ void TestHost::realWindowUnderAVirtualDisplay()
     if (xvfbRun.isEmpty())
         QSKIP("xvfb-run is not installed");
     QTemporaryDir dir;
-    const SxRun run = runHost({QStringLiteral("--headless"), QStringLiteral("--duration"), QStringLiteral("1.5"),
-                               QStringLiteral("--mode"), QStringLiteral("acquisition"), QStringLiteral("--out"),
-                               dir.path()},
+    const SxRun run = runHost({QStringLiteral("--headless"), QStringLiteral("--duration"),
+                               QStringLiteral("1.5"), QStringLiteral("--mode"), QStringLiteral("acquisition"),
+                               QStringLiteral("--out"), dir.path()},
                               xvfbRun);
     QVERIFY2(run.exitCode == 0, qPrintable(run.err));
     QVERIFY(isPainted(QImage(dir.filePath(QStringLiteral("panel.png")))));
@@ -156,7 +157,8 @@ void TestHost::badCommandLinesAreRefusedClearly_data()
     QTest::newRow("duration not a number") << QStringList{"--duration", "ten"} << "--duration: 'ten'";
     QTest::newRow("unknown mode") << QStringList{"--mode", "fast"} << "--mode: 'fast'";
     QTest::newRow("truncated camera file") << QStringList{"--cameras", notJson} << "cams.json";
-    QTest::newRow("missing camera file") << QStringList{"--cameras", "/nonexistent/cams.json"} << "/nonexistent/cams.json";
+    QTest::newRow("missing camera file")
+        << QStringList{"--cameras", "/nonexistent/cams.json"} << "/nonexistent/cams.json";
     QTest::newRow("no plug-ins") << QStringList{"--plugins", dir->path(), "--out", dir->path()}
                                  << "the Data Throughput Graph panel was not loaded";
 }

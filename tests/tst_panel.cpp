@@ -143,9 +143,12 @@ void TestPanel::rowsCellsAndPlotsFollowTheHost()
     QCOMPARE(t->item(1, 0)->data(Qt::UserRole).toULongLong(), qulonglong(quintptr(b)));
     QVERIFY(child<QPushButton>(&form, "btnStartAll")->isEnabled());
 
-    QCOMPARE(t->horizontalHeaderItem(Tp::colAvgThroughput)->text(), QStringLiteral("Average\nthroughput [MB/s]"));
-    QCOMPARE(t->horizontalHeaderItem(Tp::colBufferOverflowCount)->text(), QStringLiteral("Buffer overflow\ncount"));
-    QCOMPARE(t->horizontalHeaderItem(Tp::colCameraBufferSize)->text(), QStringLiteral("Camera buffer\nsize [kB]"));
+    QCOMPARE(t->horizontalHeaderItem(Tp::colAvgThroughput)->text(),
+             QStringLiteral("Average\nthroughput [MB/s]"));
+    QCOMPARE(t->horizontalHeaderItem(Tp::colBufferOverflowCount)->text(),
+             QStringLiteral("Buffer overflow\ncount"));
+    QCOMPARE(t->horizontalHeaderItem(Tp::colCameraBufferSize)->text(),
+             QStringLiteral("Camera buffer\nsize [kB]"));
     QCOMPARE(t->horizontalHeaderItem(Tp::colCameraBufferSize)->toolTip(),
              QStringLiteral("Size of internal camera buffer in bytes"));
     QCOMPARE(t->horizontalHeaderItem(Tp::colCamera)->toolTip(), QString());
@@ -205,7 +208,8 @@ void TestPanel::rowsCellsAndPlotsFollowTheHost()
     QCOMPARE(t->rowCount(), 0);
     QVERIFY(!child<QPushButton>(&form, "btnStartAll")->isEnabled());
     QVERIFY(form.cameraLines.isEmpty());
-    QCOMPARE(t->height(), t->horizontalHeader()->height() + t->style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 3);
+    QCOMPARE(t->height(),
+             t->horizontalHeader()->height() + t->style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 3);
 }
 
 void TestPanel::acquisitionLayoutShowsFormatAndCounters()
@@ -221,7 +225,8 @@ void TestPanel::acquisitionLayoutShowsFormatAndCounters()
     form.updateCameraList();
     QTableWidget* t = table(&form);
     QCOMPARE(t->columnCount(), 11);
-    QCOMPARE(t->horizontalHeaderItem(Acq::colMissedTrgOverflow)->text(), QStringLiteral("Missed trg overflow"));
+    QCOMPARE(t->horizontalHeaderItem(Acq::colMissedTrgOverflow)->text(),
+             QStringLiteral("Missed trg overflow"));
     QCOMPARE(t->horizontalHeader()->sectionResizeMode(0), QHeaderView::ResizeToContents);
     QCOMPARE(child<QTableWidget>(&form, "tablePlotCheck")->rowCount(), 5);
     QCOMPARE(form.plotCheckBoxes.size(), 5);
@@ -330,7 +335,9 @@ void TestPanel::startAllRollsBackWhenACameraFails()
         return true;
     });
     startAll->click();
-    QCOMPARE(message, QStringLiteral("Camera Test camera (C3) does not support \n data throughput analysis in Lumorix."));
+    QCOMPARE(
+        message,
+        QStringLiteral("Camera Test camera (C3) does not support \n data throughput analysis in Lumorix."));
     QCOMPARE(startAll->text(), QStringLiteral("Start All"));
     for (int i = 0; i < 4; ++i) {
         QVERIFY(!form.cameraLines.value(cams[i])->isMeasurementRunning());
@@ -426,17 +433,19 @@ void TestPanel::setupDialogConvertsAndApplies_data()
     QTest::addColumn<int>("intervalMs");
     QTest::addColumn<int>("chooseMode");
     QTest::addColumn<bool>("confirm");
-    QTest::addColumn<QList<int>>("shown"); // capacity, period, refresh, period enabled
+    QTest::addColumn<QList<int>>("shown");  // capacity, period, refresh, period enabled
     QTest::addColumn<QList<int>>("result"); // maxSamples, samplePeriod, interval, mode, data kept, columns
 
     QTest::newRow("capacity rounds down") << 1499999 << 8192 << 1000 << 0 << true << QList<int>{1, 8192, 1, 1}
                                           << QList<int>{1000000, 8192, 1000, 0, 1, 12};
     QTest::newRow("capacity rounds up") << 1500000 << 8192 << 1500 << 0 << true << QList<int>{2, 8192, 1, 1}
                                         << QList<int>{2000000, 8192, 1000, 0, 1, 12};
-    QTest::newRow("short period clamps") << 10000000 << 1024 << 1000 << 0 << true << QList<int>{10, 4096, 1, 1}
-                                         << QList<int>{10000000, 4096, 1000, 0, 0, 12};
-    QTest::newRow("mode change rebuilds") << 10000000 << 4096 << 2000 << 1 << true << QList<int>{10, 4096, 2, 1}
-                                          << QList<int>{10000000, 4096, 2000, 1, 0, 11};
+    QTest::newRow("short period clamps")
+        << 10000000 << 1024 << 1000 << 0 << true << QList<int>{10, 4096, 1, 1}
+        << QList<int>{10000000, 4096, 1000, 0, 0, 12};
+    QTest::newRow("mode change rebuilds")
+        << 10000000 << 4096 << 2000 << 1 << true << QList<int>{10, 4096, 2, 1}
+        << QList<int>{10000000, 4096, 2000, 1, 0, 11};
     QTest::newRow("cancel keeps all") << 1499999 << 1024 << 1500 << 1 << false << QList<int>{1, 4096, 1, 1}
                                       << QList<int>{1499999, 1024, 1500, 0, 1, 12};
 }
@@ -488,12 +497,18 @@ void TestPanel::settingsRoundTripThroughAnIniFile_data()
     QTest::addColumn<QVariantMap>("stored");
     QTest::addColumn<QList<int>>("loaded"); // period, capacity, export type, mode, live graph
     QTest::newRow("empty group") << QVariantMap() << QList<int>{1024, 10000000, 1, 0, 1};
-    QTest::newRow("all set") << QVariantMap{{"DTGTSamplePeriod", 8192}, {"DTGTMaxSamples", 2000000},
-                                            {"DTGTExportType", 2}, {"DTGTMeasMode", 1}, {"DTGTLiveGraph", 0}}
+    QTest::newRow("all set") << QVariantMap{{"DTGTSamplePeriod", 8192},
+                                            {"DTGTMaxSamples", 2000000},
+                                            {"DTGTExportType", 2},
+                                            {"DTGTMeasMode", 1},
+                                            {"DTGTLiveGraph", 0}}
                              << QList<int>{8192, 2000000, 2, 1, 0};
-    QTest::newRow("any non-zero checks") << QVariantMap{{"DTGTLiveGraph", 7}} << QList<int>{1024, 10000000, 1, 0, 1};
-    QTest::newRow("corrupt values") << QVariantMap{{"DTGTSamplePeriod", "abc"}, {"DTGTMaxSamples", "1e99"},
-                                                   {"DTGTExportType", 7}, {"DTGTLiveGraph", "yes"}}
+    QTest::newRow("any non-zero checks")
+        << QVariantMap{{"DTGTLiveGraph", 7}} << QList<int>{1024, 10000000, 1, 0, 1};
+    QTest::newRow("corrupt values") << QVariantMap{{"DTGTSamplePeriod", "abc"},
+                                                   {"DTGTMaxSamples", "1e99"},
+                                                   {"DTGTExportType", 7},
+                                                   {"DTGTLiveGraph", "yes"}}
                                     << QList<int>{0, 0, 1, 0, 0};
 }
 
@@ -513,8 +528,8 @@ void TestPanel::settingsRoundTripThroughAnIniFile()
     form.loadSettings(&settings);
     auto* exportButton = child<CxExportToolButton>(&form, "btnExport");
     const bool live = child<QCheckBox>(&form, "checkBoxLiveGraph")->isChecked();
-    QCOMPARE(QList<int>({form.samplePeriod, form.maxSamples, int(exportButton->exportType()), form.measureMode,
-                         int(live)}),
+    QCOMPARE(QList<int>({form.samplePeriod, form.maxSamples, int(exportButton->exportType()),
+                         form.measureMode, int(live)}),
              loaded);
     CxCameraLineData* line = form.cameraLines.value(hCam);
     QCOMPARE(int(line->samplePeriod), loaded[0]);

@@ -27,7 +27,8 @@ void TestPlugin::metadataNamesThePluginAndItsInterface()
 {
     QPluginLoader loader(QStringLiteral(PLUGIN_PATH));
     const QJsonObject meta = loader.metaData();
-    QCOMPARE(meta.value("IID").toString(), QStringLiteral("invalid.quorvane.Lumorix.CxDataThroughputGraphPlugin"));
+    QCOMPARE(meta.value("IID").toString(),
+             QStringLiteral("invalid.quorvane.Lumorix.CxDataThroughputGraphPlugin"));
     QCOMPARE(meta.value("className").toString(), QStringLiteral("CxDataThroughputGraphPlugin"));
     QVERIFY2(!meta.contains("MetaData"), "the plug-in carries no JSON metadata of its own");
 }

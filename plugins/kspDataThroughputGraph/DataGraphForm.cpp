@@ -115,8 +115,8 @@ QLineEdit* createNumberEdit(QWidget* parent, const QString& text)
 
 QString composeCameraName(const CxCameraParameters::SxCameraInfo& info)
 {
-    return info.modelName + QStringLiteral(" (") + (info.nameSelection < 1 ? info.serialNumber : info.userName) +
-           QStringLiteral(")");
+    return info.modelName + QStringLiteral(" (") +
+           (info.nameSelection < 1 ? info.serialNumber : info.userName) + QStringLiteral(")");
 }
 
 // A statistic as the table shows it, truncated towards zero. A value no integer can hold
@@ -166,8 +166,10 @@ CxDataGraphForm::CxDataGraphForm(QWidget* parent) : QWidget(parent), ui(new Ui_C
     connect(ui->btnExport, SIGNAL(exportClicked(int)), this, SLOT(onBtnExport(int)));
     connect(manager, SIGNAL(cameraOpened(KSCORE_HANDLE)), this, SLOT(updateCameraList()));
     connect(manager, SIGNAL(cameraClosed(KSCORE_HANDLE)), this, SLOT(removeCameraListRow(KSCORE_HANDLE)));
-    connect(manager, SIGNAL(acquisitionStarted(KSCORE_HANDLE)), this, SLOT(updateCameraListRow(KSCORE_HANDLE)));
-    connect(manager, SIGNAL(acquisitionFinished(KSCORE_HANDLE)), this, SLOT(updateCameraListRow(KSCORE_HANDLE)));
+    connect(manager, SIGNAL(acquisitionStarted(KSCORE_HANDLE)), this,
+            SLOT(updateCameraListRow(KSCORE_HANDLE)));
+    connect(manager, SIGNAL(acquisitionFinished(KSCORE_HANDLE)), this,
+            SLOT(updateCameraListRow(KSCORE_HANDLE)));
     connect(manager, SIGNAL(imageFormatChanged(KSCORE_HANDLE)), this,
             SLOT(onComboboxFormatChangedExt(KSCORE_HANDLE)));
     connect(&refreshTimer, SIGNAL(timeout()), this, SLOT(timerSignal()));
@@ -241,7 +243,8 @@ void CxDataGraphForm::updateCameraList()
 
 void CxDataGraphForm::fitTableHeight()
 {
-    int height = ui->table->horizontalHeader()->height() + style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 3;
+    int height =
+        ui->table->horizontalHeader()->height() + style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 3;
     for (int row = 0; row < ui->table->rowCount(); ++row)
         height += ui->table->rowHeight(row);
     ui->table->setFixedHeight(height);
@@ -272,7 +275,8 @@ void CxDataGraphForm::updateCameraListRow(KSCORE_HANDLE hCam)
         measureColumn = AcquisitionColumn::colMeasure;
         break;
     default:
-        logForm(kLineUpdateCameraListRow, "CxDataGraphForm::updateCameraListRow", QLatin1String(kUnknownMode));
+        logForm(kLineUpdateCameraListRow, "CxDataGraphForm::updateCameraListRow",
+                QLatin1String(kUnknownMode));
         return;
     }
     const int row = findCameraRow(hCam);
@@ -366,6 +370,53 @@ CxCameraLineData* CxDataGraphForm::lineForRow(KSCORE_HANDLE hCam)
     return line;
 }
 
+QTableWidgetItem* CxDataGraphForm::createNameItem(const CxCameraLineData* line)
+{
+    auto* item = new QTableWidgetItem(line->cameraName);
+    item->setData(Qt::UserRole, handleVariant(line->hCam));
+    return item;
+}
+
+QPushButton* CxDataGraphForm::createRowButton(const QString& text, const QVariant& tag, const char* slot)
+{
+    auto* button = new QPushButton(text);
+    button->setFocusPolicy(Qt::NoFocus);
+    button->setProperty("hCam", tag);
+    connect(button, SIGNAL(clicked()), this, slot);
+    return button;
+}
+
+QWidget* CxDataGraphForm::createGraphCell(const QVariant& tag)
+{
+    auto* cell = new QWidget;
+    auto* layout = new QHBoxLayout(cell);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setAlignment(Qt::AlignCenter);
+    auto* check = new QCheckBox(cell);
+    check->setChecked(true);
+    check->setMaximumWidth(check->sizeHint().width());
+    check->setProperty("hCam", tag);
+    layout->addWidget(check);
+    connect(check, SIGNAL(clicked(bool)), this, SLOT(onChkCamPlotData(bool)));
+    return cell;
+}
+
+void CxDataGraphForm::prepareLegend(int rows)
+{
+    ui->tablePlotCheck->setColumnCount(2);
+    ui->tablePlotCheck->setRowCount(rows);
+    ui->tablePlotCheck->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    ui->tablePlotCheck->verticalHeader()->setDefaultSectionSize(24);
+}
+
+void CxDataGraphForm::finishLegend()
+{
+    ui->tablePlotCheck->resizeColumnsToContents();
+    ui->tablePlotCheck->resizeRowsToContents();
+    // Every rebuild ticks every "Graph" box again, so the plot is back in view.
+    ui->plot->setVisible(true);
+}
+
 void CxDataGraphForm::AddTableItemsThrougput()
 {
     using namespace ThroughputColumn;
@@ -380,8 +431,10 @@ void CxDataGraphForm::AddTableItemsThrougput()
     AddTableItem(colBufferOverflowCount, tr("Buffer overflow count"),
                  tr("Number of times internal camera buffer was totally filled"));
     AddTableItem(colExportData, tr("Export data"), tr("Export data to .csv report"));
-    AddTableItem(colRequiredThroughput, tr("Required throughput"), tr("Expected sensor speed for evaluation"));
-    AddTableItem(colCameraBufferSize, tr("Camera buffer size"), tr("Size of internal camera buffer in bytes"));
+    AddTableItem(colRequiredThroughput, tr("Required throughput"),
+                 tr("Expected sensor speed for evaluation"));
+    AddTableItem(colCameraBufferSize, tr("Camera buffer size"),
+                 tr("Size of internal camera buffer in bytes"));
     AddTableItem(colGraph, tr("Graph"), tr("Enable/Disable plotting of measured data"));
     AddTableItem(colYAxisScaling, tr("Y Axis scaling"),
                  tr("Enable/Disable Y axis automatic scaling or set manual axis range"));
@@ -398,18 +451,9 @@ void CxDataGraphForm::AddTableItemsThrougput()
         line->measureMode = MeasureMode(measureMode);
         const QVariant tag = handleVariant(hCam);
 
-        auto* nameItem = new QTableWidgetItem(line->cameraName);
-        nameItem->setData(Qt::UserRole, tag);
-
-        auto* measure = new QPushButton(tr("Start"));
-        measure->setFocusPolicy(Qt::NoFocus);
-        measure->setProperty("hCam", tag);
-        connect(measure, SIGNAL(clicked()), this, SLOT(onBtnMeasure()));
-
-        auto* exportButton = new QPushButton(tr("Export Data..."));
-        exportButton->setFocusPolicy(Qt::NoFocus);
-        exportButton->setProperty("hCam", tag);
-        connect(exportButton, SIGNAL(clicked()), this, SLOT(onBtnCamExportData()));
+        QTableWidgetItem* nameItem = createNameItem(line);
+        QPushButton* measure = createRowButton(tr("Start"), tag, SLOT(onBtnMeasure()));
+        QPushButton* exportButton = createRowButton(tr("Export Data..."), tag, SLOT(onBtnCamExportData()));
 
         auto* transportCell = new QWidget;
         auto* transportLayout = new QHBoxLayout(transportCell);
@@ -432,16 +476,7 @@ void CxDataGraphForm::AddTableItemsThrougput()
         QTableWidgetItem* bufferItem = centredItem(QString::number(line->cameraBufferSize / 1000));
         bufferItem->setFlags(bufferItem->flags() & ~Qt::ItemIsEditable);
 
-        auto* graphCell = new QWidget;
-        auto* graphLayout = new QHBoxLayout(graphCell);
-        graphLayout->setContentsMargins(0, 0, 0, 0);
-        graphLayout->setAlignment(Qt::AlignCenter);
-        auto* graphCheck = new QCheckBox(graphCell);
-        graphCheck->setChecked(true);
-        graphCheck->setMaximumWidth(graphCheck->sizeHint().width());
-        graphCheck->setProperty("hCam", tag);
-        graphLayout->addWidget(graphCheck);
-        connect(graphCheck, SIGNAL(clicked(bool)), this, SLOT(onChkCamPlotData(bool)));
+        QWidget* graphCell = createGraphCell(tag);
 
         auto* axisCell = new QWidget;
         auto* axisLayout = new QHBoxLayout(axisCell);
@@ -480,15 +515,10 @@ void CxDataGraphForm::AddTableItemsThrougput()
         plotRow += 2;
     }
 
-    ui->tablePlotCheck->setColumnCount(2);
-    ui->tablePlotCheck->setRowCount(2);
-    ui->tablePlotCheck->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    ui->tablePlotCheck->verticalHeader()->setDefaultSectionSize(24);
+    prepareLegend(2);
     AddPlotTableItem(0, tr(kMinThroughput), tr("Minimum data rate in whole data set"), kMinThroughputColor);
     AddPlotTableItem(1, tr(kMaxBufferLevel), tr("Internal camera buffer fill percentage"), kBufferLevelColor);
-    ui->tablePlotCheck->resizeColumnsToContents();
-    ui->tablePlotCheck->resizeRowsToContents();
-    ui->plot->setVisible(true);
+    finishLegend();
 }
 
 void CxDataGraphForm::AddTableItemsAcquisition()
@@ -503,7 +533,8 @@ void CxDataGraphForm::AddTableItemsAcquisition()
     AddTableItem(colTransferred, tr("Transferred"), tr("Number of transferred frames"));
     AddTableItem(colTransportSkip, tr("Transport skip"), tr("Number of skipped frames on transport layer"));
     AddTableItem(colApiSkip, tr("API skip"), tr("Number of skipped frames on API layer"));
-    AddTableItem(colMissedTrgOverlap, tr("Missed trg. overlap"), tr("Number of missed triggers due to overlap"));
+    AddTableItem(colMissedTrgOverlap, tr("Missed trg. overlap"),
+                 tr("Number of missed triggers due to overlap"));
     AddTableItem(colMissedTrgOverflow, tr("Missed trg overflow"),
                  tr("Number of missed triggers due to frame buffer full"));
     AddTableItem(colBufferOverflow, tr("Buffer overflow"), tr("Frame buffer full counter"));
@@ -520,8 +551,7 @@ void CxDataGraphForm::AddTableItemsAcquisition()
         line->measureMode = MeasureMode(measureMode);
         const QVariant tag = handleVariant(hCam);
 
-        auto* nameItem = new QTableWidgetItem(line->cameraName);
-        nameItem->setData(Qt::UserRole, tag);
+        QTableWidgetItem* nameItem = createNameItem(line);
 
         auto* format = new QComboBox;
         if (CxCameraParam* param = parameters->findParam(QStringLiteral("imgdataformat"), false)) {
@@ -538,21 +568,9 @@ void CxDataGraphForm::AddTableItemsAcquisition()
         connect(format, SIGNAL(currentIndexChanged(int)), this, SLOT(onComboboxFormatChanged(int)));
 
         // Untranslated in this layout, unlike the throughput one.
-        auto* measure = new QPushButton(QStringLiteral("Start"));
-        measure->setFocusPolicy(Qt::NoFocus);
-        measure->setProperty("hCam", tag);
-        connect(measure, SIGNAL(clicked()), this, SLOT(onBtnMeasure()));
+        QPushButton* measure = createRowButton(QStringLiteral("Start"), tag, SLOT(onBtnMeasure()));
 
-        auto* graphCell = new QWidget;
-        auto* graphLayout = new QHBoxLayout(graphCell);
-        graphLayout->setContentsMargins(0, 0, 0, 0);
-        graphLayout->setAlignment(Qt::AlignCenter);
-        auto* graphCheck = new QCheckBox(graphCell);
-        graphCheck->setChecked(true);
-        graphCheck->setMaximumWidth(graphCheck->sizeHint().width());
-        graphCheck->setProperty("hCam", tag);
-        graphLayout->addWidget(graphCheck);
-        connect(graphCheck, SIGNAL(clicked(bool)), this, SLOT(onChkCamPlotData(bool)));
+        QWidget* graphCell = createGraphCell(tag);
 
         ui->table->setItem(row, colCamera, nameItem);
         ui->table->setItem(row, colStatus, centredItem());
@@ -572,10 +590,7 @@ void CxDataGraphForm::AddTableItemsAcquisition()
         plotRow += 2;
     }
 
-    ui->tablePlotCheck->setColumnCount(2);
-    ui->tablePlotCheck->setRowCount(5);
-    ui->tablePlotCheck->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    ui->tablePlotCheck->verticalHeader()->setDefaultSectionSize(24);
+    prepareLegend(5);
     const char* const toolTips[] = {
         QT_TR_NOOP("Number of skipped frames on transport layer"),
         QT_TR_NOOP("Number of skipped frames on API layer"),
@@ -585,9 +600,7 @@ void CxDataGraphForm::AddTableItemsAcquisition()
     };
     for (int i = 0; i < 5; ++i)
         AddPlotTableItem(i, tr(kCounterSeries[i].name), tr(toolTips[i]), kCounterSeries[i].color);
-    ui->tablePlotCheck->resizeColumnsToContents();
-    ui->tablePlotCheck->resizeRowsToContents();
-    ui->plot->setVisible(true);
+    finishLegend();
 }
 
 void CxDataGraphForm::updateColumnNames()
@@ -654,7 +667,7 @@ void CxDataGraphForm::clearPlotLayout()
 }
 
 void CxDataGraphForm::ConfigurePlotAxis(QCPAxisRect* rect, QCPAxis::AxisType type, double lower, double upper,
-                                         QString label)
+                                        QString label)
 {
     QCPAxis* axis = rect->axis(type);
     if (!axis)
@@ -682,7 +695,8 @@ void CxDataGraphForm::ConfigurePlotAxis(QCPAxisRect* rect, QCPAxis::AxisType typ
 QCPAxisRect* CxDataGraphForm::addCameraPlot(void* hCam, unsigned int row, const QString& title)
 {
     auto* rect = new QCPAxisRect(ui->plot, true);
-    auto* titleElement = new QCPTextElement(ui->plot, title, QFont(QStringLiteral("sans serif"), 8, QFont::Bold));
+    auto* titleElement =
+        new QCPTextElement(ui->plot, title, QFont(QStringLiteral("sans serif"), 8, QFont::Bold));
     titleElement->setTextColor(QColor(255, 255, 255));
     ui->plot->plotLayout()->addElement(int(row), 0, titleElement);
     rect->setProperty("hCam", handleVariant(hCam));
@@ -737,7 +751,8 @@ QCPGraph* CxDataGraphForm::AddThrougputPlot(void* hCam, QString name, QColor col
     if (name == QLatin1String(kMinThroughput)) {
         QCPGraph* graph = ui->plot->addGraph(rect->axis(QCPAxis::atBottom), rect->axis(QCPAxis::atLeft));
         if (!graph) {
-            logCritical(kSource, kLineAddThroughputPlot, prefix, QStringLiteral("Failed to allocate min throughput plot"));
+            logCritical(kSource, kLineAddThroughputPlot, prefix,
+                        QStringLiteral("Failed to allocate min throughput plot"));
             return nullptr;
         }
         graph->setPen(pen);
@@ -747,7 +762,8 @@ QCPGraph* CxDataGraphForm::AddThrougputPlot(void* hCam, QString name, QColor col
     if (name == QLatin1String(kMaxBufferLevel)) {
         QCPGraph* graph = ui->plot->addGraph(rect->axis(QCPAxis::atBottom), rect->axis(QCPAxis::atRight));
         if (!graph) {
-            logCritical(kSource, kLineAddThroughputPlot, prefix, QStringLiteral("Failed to allocate buffer fill plot"));
+            logCritical(kSource, kLineAddThroughputPlot, prefix,
+                        QStringLiteral("Failed to allocate buffer fill plot"));
             return nullptr;
         }
         color.setAlpha(150);
@@ -761,7 +777,8 @@ QCPGraph* CxDataGraphForm::AddThrougputPlot(void* hCam, QString name, QColor col
     return nullptr;
 }
 
-QCPGraph* CxDataGraphForm::AddStandardAcqPlot(void* hCam, QString name, KS_COUNTER_SELECTOR selector, QColor color)
+QCPGraph* CxDataGraphForm::AddStandardAcqPlot(void* hCam, QString name, KS_COUNTER_SELECTOR selector,
+                                              QColor color)
 {
     CxCameraLineData* line = cameraLines.value(hCam);
     QCPAxisRect* rect = GetCameraPlot(hCam);
@@ -966,15 +983,16 @@ void CxDataGraphForm::updateGraph()
                     graphs[series.selector] =
                         AddStandardAcqPlot(hCam, QLatin1String(series.name), series.selector, series.color);
             const QCPRange timeRange = rect->axis(QCPAxis::atBottom)->range();
-            if (!line->calculateGraphsAcquisition(graphs[0], graphs[1], graphs[3], graphs[4], graphs[5], &timeRange,
-                                                  start, end, msPerPixel(rect)))
+            if (!line->calculateGraphsAcquisition(graphs[0], graphs[1], graphs[3], graphs[4], graphs[5],
+                                                  &timeRange, start, end, msPerPixel(rect)))
                 continue;
             updateCameraListRow(hCam);
 
             int minVal = 2147483647;
             int maxVal = 1;
             for (const CxCameraLineData::CxCounterInfo* counter : std::as_const(line->counters)) {
-                if (!counter->supported || !IsPlotEnabled(counter->name) || counter->selector == KS_CNT_TRANSFERRED)
+                if (!counter->supported || !IsPlotEnabled(counter->name) ||
+                    counter->selector == KS_CNT_TRANSFERRED)
                     continue;
                 if (counter->selector > KS_CNT_BUFFER_OVERFLOW) {
                     minVal = qMin(minVal, 0);
@@ -1143,9 +1161,10 @@ void CxDataGraphForm::closeProgressBox(QMessageBox* box)
 
 void CxDataGraphForm::showStartFailure(CxCameraLineData* line)
 {
-    QMessageBox::critical(nullptr, tr("Failed to start measurement"),
-                          tr("Camera %1 does not support \n data throughput analysis in Lumorix.").arg(line->cameraName),
-                          QMessageBox::Ok);
+    QMessageBox::critical(
+        nullptr, tr("Failed to start measurement"),
+        tr("Camera %1 does not support \n data throughput analysis in Lumorix.").arg(line->cameraName),
+        QMessageBox::Ok);
 }
 
 void CxDataGraphForm::onBtnMeasure()
@@ -1159,13 +1178,15 @@ void CxDataGraphForm::onBtnMeasure()
         return;
     QMessageBox* box = createProgressBox();
     if (line->isMeasurementRunning()) {
-        showProgress(box, tr("Stopping measurement"), QStringLiteral("Stopping camera %1...").arg(line->cameraName));
+        showProgress(box, tr("Stopping measurement"),
+                     QStringLiteral("Stopping camera %1...").arg(line->cameraName));
         line->stopMeasurement();
         IxAppDelegate::instance()->setCameraControlEnabled(hCam, true);
         DisableUiForMeasurement(hCam, false);
         button->setText(QStringLiteral("Start"));
     } else {
-        showProgress(box, tr("Starting measurement"), QStringLiteral("Starting camera %1...").arg(line->cameraName));
+        showProgress(box, tr("Starting measurement"),
+                     QStringLiteral("Starting camera %1...").arg(line->cameraName));
         UpdateCameraAutoTransport(hCam);
         if (!line->startMeasurement(uint(samplePeriod), maxSamples)) {
             box->hide();
@@ -1194,7 +1215,8 @@ void CxDataGraphForm::on_btnStartAll_clicked()
             CxCameraLineData* line = cameraLines.value(hCam);
             if (!line || line->isMeasurementRunning())
                 continue;
-            showProgress(box, tr("Starting measurement"), QStringLiteral("Starting camera %1...").arg(line->cameraName));
+            showProgress(box, tr("Starting measurement"),
+                         QStringLiteral("Starting camera %1...").arg(line->cameraName));
             UpdateCameraAutoTransport(hCam);
             if (!line->startMeasurement(uint(samplePeriod), maxSamples)) {
                 showStartFailure(line);
@@ -1229,7 +1251,8 @@ void CxDataGraphForm::on_btnStartAll_clicked()
         CxCameraLineData* line = cameraLines.value(hCam);
         if (!line || !line->isMeasurementRunning())
             continue;
-        showProgress(box, tr("Stopping measurement"), QStringLiteral("Stopping camera %1...").arg(line->cameraName));
+        showProgress(box, tr("Stopping measurement"),
+                     QStringLiteral("Stopping camera %1...").arg(line->cameraName));
         if (line->stopMeasurement())
             delegate->setCameraControlEnabled(hCam, true);
         UpdateMeasureButtonText(hCam, QStringLiteral("Start"));
@@ -1248,7 +1271,8 @@ void CxDataGraphForm::UpdateMeasureButtonText(void* hCam, QString text)
     } else if (measureMode == MeasureModeStandardAcquisition) {
         column = AcquisitionColumn::colMeasure;
     } else {
-        logForm(kLineUpdateMeasureButtonText, "CxDataGraphForm::UpdateMeasureButtonText", QLatin1String(kUnknownMode));
+        logForm(kLineUpdateMeasureButtonText, "CxDataGraphForm::UpdateMeasureButtonText",
+                QLatin1String(kUnknownMode));
         return;
     }
     for (int row = 0; row < ui->table->rowCount(); ++row) {
@@ -1335,7 +1359,8 @@ void CxDataGraphForm::onComboboxFormatChanged(int newSel)
     if (!combo || !cameraLines.contains(hCam))
         return;
     CxCameraParameters* parameters = CxCameraManager::instance()->cameraParameters(hCam);
-    CxCameraParam* param = parameters ? parameters->findParam(QStringLiteral("imgdataformat"), false) : nullptr;
+    CxCameraParam* param =
+        parameters ? parameters->findParam(QStringLiteral("imgdataformat"), false) : nullptr;
     if (!param)
         return;
     param->setParamValue(CxValue(combo->itemData(newSel).toInt()));
@@ -1349,12 +1374,14 @@ void CxDataGraphForm::onComboboxFormatChangedExt(KSCORE_HANDLE hCam)
         return;
     QComboBox* combo = nullptr;
     for (int row = 0; row < ui->table->rowCount() && !combo; ++row) {
-        auto* candidate = qobject_cast<QComboBox*>(ui->table->cellWidget(row, AcquisitionColumn::colDataFormat));
+        auto* candidate =
+            qobject_cast<QComboBox*>(ui->table->cellWidget(row, AcquisitionColumn::colDataFormat));
         if (carriesHandle(candidate, hCam))
             combo = candidate;
     }
     CxCameraParameters* parameters = CxCameraManager::instance()->cameraParameters(hCam);
-    CxCameraParam* param = parameters ? parameters->findParam(QStringLiteral("imgdataformat"), false) : nullptr;
+    CxCameraParam* param =
+        parameters ? parameters->findParam(QStringLiteral("imgdataformat"), false) : nullptr;
     if (!combo || !param)
         return;
     // The formats are listed so that an entry's index is its value.
@@ -1418,7 +1445,8 @@ void CxDataGraphForm::loadSettings(QSettings* settings)
     else
         measureMode = MeasureModeDataThroughput;
     if (settings->contains(QStringLiteral("DTGTLiveGraph")))
-        ui->checkBoxLiveGraph->setChecked(settings->value(QStringLiteral("DTGTLiveGraph"), false).toInt() != 0);
+        ui->checkBoxLiveGraph->setChecked(settings->value(QStringLiteral("DTGTLiveGraph"), false).toInt() !=
+                                          0);
     else
         ui->checkBoxLiveGraph->setChecked(true);
     for (CxCameraLineData* line : std::as_const(cameraLines))
@@ -1428,7 +1456,8 @@ void CxDataGraphForm::loadSettings(QSettings* settings)
 
 void CxDataGraphForm::onBtnExport(int iExportType)
 {
-    if (iExportType != CxExportToolButton::etSaveToFile && iExportType != CxExportToolButton::etCopyToClipboard)
+    if (iExportType != CxExportToolButton::etSaveToFile &&
+        iExportType != CxExportToolButton::etCopyToClipboard)
         return;
     const QImage image = ui->plot->toPixmap(0, 0, 1.0).toImage();
     ui->btnExport->exportImage(image, CxExportToolButton::ExExportType(iExportType), this,
@@ -1454,8 +1483,9 @@ void CxDataGraphForm::onBtnCamExportData()
         return;
     }
     IxAppDelegate* delegate = IxAppDelegate::instance();
-    const QString fileName = QFileDialog::getSaveFileName(this, tr("Select Output File for Measured Data"),
-                                                          delegate->lastUsedDirectory(), tr("CSV files (*.csv)"));
+    const QString fileName =
+        QFileDialog::getSaveFileName(this, tr("Select Output File for Measured Data"),
+                                     delegate->lastUsedDirectory(), tr("CSV files (*.csv)"));
     if (fileName.isEmpty())
         return;
     delegate->setLastUsedDirectory(QFileInfo(fileName).absolutePath());

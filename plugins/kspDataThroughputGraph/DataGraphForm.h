@@ -22,6 +22,8 @@
 #include <qcustomplot.h>
 
 class QLineEdit;
+class QPushButton;
+class QTableWidgetItem;
 class QMessageBox;
 class QSettings;
 class Ui_CxDataGraphForm;
@@ -136,18 +138,25 @@ private:
     void AddPlotTableItem(int row, QString name, QString toolTip, QColor color);
     void DisableTableWidget(int row, int col, KSCORE_HANDLE hCam, bool disable);
     CxCameraLineData* lineForRow(KSCORE_HANDLE hCam);
+    QTableWidgetItem* createNameItem(const CxCameraLineData* line);
+    QPushButton* createRowButton(const QString& text, const QVariant& tag, const char* slot);
+    QWidget* createGraphCell(const QVariant& tag);
+    void prepareLegend(int rows);
+    void finishLegend();
     int findCameraRow(KSCORE_HANDLE hCam) const;
     void fitTableHeight();
 
     // Plots and axes.
-    void ConfigurePlotAxis(QCPAxisRect* rect, QCPAxis::AxisType type, double lower, double upper, QString label);
+    void ConfigurePlotAxis(QCPAxisRect* rect, QCPAxis::AxisType type, double lower, double upper,
+                           QString label);
     bool AddCameraPlotThroughput(void* hCam, unsigned int row, QString title);
     bool AddCameraPlotAcquisition(void* hCam, unsigned int row, QString title);
     QCPAxisRect* addCameraPlot(void* hCam, unsigned int row, const QString& title);
     QCPGraph* AddThrougputPlot(void* hCam, QString name, QColor color);
     QCPGraph* AddStandardAcqPlot(void* hCam, QString name, KS_COUNTER_SELECTOR selector, QColor color);
     void UpdateVertAxisInformation(void* hCam, QCPAxisRect* rect);
-    bool findVertAxisControls(KSCORE_HANDLE hCam, QCheckBox** check, QLineEdit** minEdit, QLineEdit** maxEdit);
+    bool findVertAxisControls(KSCORE_HANDLE hCam, QCheckBox** check, QLineEdit** minEdit,
+                              QLineEdit** maxEdit);
     void clearPlotLayout();
 
     // Live update.
