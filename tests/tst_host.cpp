@@ -146,7 +146,8 @@ void TestHost::badCommandLinesAreRefusedClearly_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("message");
-    QTemporaryDir* dir = new QTemporaryDir;
+    static QTemporaryDir files; // outlives the rows that name it
+    QTemporaryDir* dir = &files;
     const QString notJson = dir->filePath(QStringLiteral("cams.json"));
     QFile file(notJson);
     file.open(QIODevice::WriteOnly);
@@ -159,8 +160,11 @@ void TestHost::badCommandLinesAreRefusedClearly_data()
     QTest::newRow("truncated camera file") << QStringList{"--cameras", notJson} << "cams.json";
     QTest::newRow("missing camera file")
         << QStringList{"--cameras", "/nonexistent/cams.json"} << "/nonexistent/cams.json";
-    QTest::newRow("no plug-ins") << QStringList{"--plugins", dir->path(), "--out", dir->path()}
-                                 << "the Data Throughput Graph panel was not loaded";
+    // The program's own folder holds libraries that are no plug-ins: each is skipped with Qt's
+    // reason, and without the panel the run cannot go on.
+    QTest::newRow("no plug-ins") << QStringList{"--plugins", QFileInfo(QStringLiteral(HOST_PATH)).path(), "--out",
+                                                dir->path()}
+                                 << "plug-in skipped: " + QFileInfo(QStringLiteral(HOST_PATH)).path() + "/libksCore.so";
 }
 
 void TestHost::badCommandLinesAreRefusedClearly()
