@@ -14,6 +14,8 @@
 #include <cmath>
 #include <memory>
 #include <qcustomplot.h>
+#include <random>
+#include <vector>
 
 using namespace enginetest;
 using namespace simtest;
@@ -87,6 +89,129 @@ const QByteArray kHeader =
     "Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns], Req. throughput [MB/s], "
     "Link throughput [MB/s], Buffer filled [B], Max buffer level [%]\n";
 
+// The series as the straightforward walk over every sample computes them: what the refresh
+// must reproduce however it saves work.
+struct SxSeries
+{
+    bool ok = false;
+    QList<double> minPoints; // x, y, x, y, ...
+    QList<double> levelPoints;
+    double minThroughput = 0.0;
+    double avgThroughput = 0.0;
+    double maxBufferLevel = 0.0;
+    quint64 overflows = 0;
+};
+
+double rel32(qint64 timestamp, long long end, quint64 offset)
+{
+    return double(qint32(quint32(quint64(timestamp)) - quint32(quint64(end)) + quint32(offset)));
+}
+
+SxSeries walkEverySample(CxCameraLineData& line, const QCPRange* range, long long start, long long end, double msPerPixel)
+{
+    SxSeries out;
+    const long long span = end - start;
+    const long long margin = 2.0 * line.frameTimeAvg > double(span) ? (long long)line.frameTimeAvg : span;
+    double lastX = -100000000.0, binMin = DBL_MAX, binMax = 0.0, overallMax = 0.0, speedSum = 0.0;
+    bool first = true;
+    quint64 frames = 0;
+    out.minThroughput = DBL_MAX;
+    for (CxCameraLineData::CxFrameData* frame : std::as_const(line.frames)) {
+        if (frame->timestamp < start - margin)
+            continue;
+        if (frame->timestamp >= end + margin)
+            break;
+        const quint64 n = frame->sampleCount > 1 ? frame->sampleCount - 1 : 1;
+        std::vector<double> speeds(n), deltas(n);
+        std::vector<unsigned long long> offsets(n);
+        const unsigned count = frame->calculateFrameSpeeds(line.samplePeriod, double(line.requiredThroughput),
+                                                           speeds.data(), deltas.data(), offsets.data());
+        bool overflow = false;
+        double fill = 0.0;
+        for (unsigned i = 0; i < count; ++i) {
+            const double rel = rel32(frame->timestamp, end, offsets[i]);
+            if (speeds[i] < out.minThroughput)
+                out.minThroughput = speeds[i];
+            fill += deltas[i];
+            double level;
+            if (fill < 0.0) {
+                fill = 0.0;
+                level = 0.0;
+            } else if (fill > double(line.cameraBufferSize)) {
+                fill = double(line.cameraBufferSize);
+                overflow = true;
+                level = 100.0;
+            } else {
+                level = fill / double(line.cameraBufferSize) * 100.0;
+            }
+            if (overflow)
+                binMax = 100.0;
+            binMax = std::max(level, binMax);
+            overallMax = std::max(binMax, overallMax);
+            if (first)
+                lastX = rel;
+            if (speeds[i] > 0.0 && speeds[i] < binMin)
+                binMin = speeds[i];
+            const qint64 time = frame->timestamp + qint64(offsets[i]);
+            if (time >= start && time <= end && rel - lastX > 1000.0 * msPerPixel) {
+                lastX = rel;
+                if (range) {
+                    const double x = range->upper + rel / 1000000.0;
+                    out.minPoints << x << binMin;
+                    out.levelPoints << x << binMax;
+                    binMin = DBL_MAX;
+                    binMax = 0.0;
+                }
+            }
+            first = false;
+        }
+        if (overflow)
+            ++out.overflows;
+        speedSum += double(quint64(line.samplePeriod) * frame->sampleCount) / double(frame->sampleSpan) * 250.0;
+        ++frames;
+    }
+    out.ok = frames > 0;
+    out.maxBufferLevel = overallMax;
+    out.avgThroughput = out.ok ? speedSum / double(frames) : 0.0;
+    return out;
+}
+
+QByteArray bits(const QList<double>& values)
+{
+    return QByteArray(reinterpret_cast<const char*>(values.constData()), int(values.size() * sizeof(double)));
+}
+
+QByteArray bits(double value)
+{
+    return bits(QList<double>{value});
+}
+
+// A link of 400 MB/s with 5 % jitter, a dip to 150 MB/s every 40 frames and a stall now and
+// then; one frame holds two equal samples, one a single sample.
+void fillRoughStore(CxCameraLineData& line, quint32 seed)
+{
+    std::mt19937_64 random(seed);
+    std::uniform_real_distribution<double> jitter(0.95, 1.05);
+    line.samplePeriod = 1024;
+    quint64 tick = 5000000000ull;
+    for (quint32 f = 0; f < 600; ++f) {
+        QVector<quint64> samples;
+        const int count = f == 77 ? 1 : 48;
+        for (int i = 0; i < count; ++i) {
+            samples << tick;
+            const double rate = (f % 40 < 3 ? 150.0 : 400.0) * jitter(random);
+            tick += quint64(1024.0 / rate * 250.0);
+            if (random() % 300 == 0)
+                tick += 250 * 200; // a stall of 200 us
+            if (f == 123 && i == 10)
+                samples << tick;
+        }
+        addFrame(line, f, qint64(tick / 250) - 1000, samples);
+        tick += 2000;
+    }
+    line.frameTimeAvg = double(line.frames[1]->sampleSpan) / 250.0;
+}
+
 } // namespace
 
 class TestSeries : public QObject
@@ -112,6 +237,8 @@ private slots:
     void equalSamplesGiveAnInfiniteSpeedThatIsNeverTheMinimum();
     void relativeTimeWrapsBeyond35Minutes();
     void workArraysAreReusedAcrossRefreshes();
+    void summariesGiveTheResultsOfTheFullWalk_data();
+    void summariesGiveTheResultsOfTheFullWalk();
 
     // Acquisition series
     void acquisitionPointsFromCounterRecords();
@@ -133,6 +260,60 @@ private:
     QCPGraph* m_level = nullptr;
     QTemporaryDir m_dir;
 };
+
+void TestSeries::summariesGiveTheResultsOfTheFullWalk_data()
+{
+    QTest::addColumn<double>("spanSeconds"); // visible span, ending at the store's middle
+    QTest::addColumn<double>("msPerPixel");
+    QTest::addColumn<int>("required");
+    QTest::addColumn<int>("bufferSize");
+    QTest::newRow("whole store, coarse") << 10.0 << 10.0 << 380 << 20000;
+    QTest::newRow("fine pixels") << 0.05 << 0.01 << 380 << 20000;
+    QTest::newRow("overflowing buffer") << 0.5 << 1.0 << 700 << 4000;
+    QTest::newRow("buffer never fills") << 0.5 << 0.7 << 100 << 1000000;
+    QTest::newRow("empty buffer gives nan levels") << 0.5 << 0.5 << 380 << 0;
+}
+
+void TestSeries::summariesGiveTheResultsOfTheFullWalk()
+{
+    QFETCH(double, spanSeconds);
+    QFETCH(double, msPerPixel);
+    QFETCH(int, required);
+    QFETCH(int, bufferSize);
+    CxCameraLineData line;
+    fillRoughStore(line, 7);
+    line.cameraBufferSize = bufferSize;
+    const qint64 middle = line.frames[line.frames.size() / 2]->timestamp + 37;
+    const long long end = middle;
+    const long long start = middle - qint64(spanSeconds * 1e6);
+    const QCPRange range(-spanSeconds, 0.0);
+
+    // Twice with one throughput, so that kept summaries serve, then with another.
+    for (int required2 : {required, required, required + 150}) {
+        line.requiredThroughput = required2;
+        const SxSeries expected = walkEverySample(line, &range, start, end, msPerPixel);
+        m_min->data()->clear();
+        m_level->data()->clear();
+        QCOMPARE(line.calculateGraphsThrougput(m_min, m_level, &range, start, end, msPerPixel), expected.ok);
+        QList<double> minPoints, levelPoints;
+        for (const SxPoint& p : points(m_min))
+            minPoints << p.x << p.y;
+        for (const SxPoint& p : points(m_level))
+            levelPoints << p.x << p.y;
+        QVERIFY(expected.minPoints.size() > 4);
+        QCOMPARE(bits(minPoints), bits(expected.minPoints));
+        QCOMPARE(bits(levelPoints), bits(expected.levelPoints));
+        QCOMPARE(bits(line.minThroughput), bits(expected.minThroughput));
+        QCOMPARE(bits(line.avgThroughput), bits(expected.avgThroughput));
+        QCOMPARE(bits(line.maxBufferLevel), bits(expected.maxBufferLevel));
+        QCOMPARE(line.bufferOverflowCount, expected.overflows);
+
+        // Statistics alone, as a tick without "Live Graph" asks for them.
+        QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, start, end, 0.0) == expected.ok);
+        QCOMPARE(bits(line.maxBufferLevel), bits(expected.maxBufferLevel));
+        QCOMPARE(line.bufferOverflowCount, expected.overflows);
+    }
+}
 
 void TestSeries::init()
 {

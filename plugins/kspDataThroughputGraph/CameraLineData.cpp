@@ -512,6 +512,64 @@ unsigned int CxCameraLineData::CxFrameData::calculateFrameSpeeds(unsigned int pe
     return unsigned(sampleCount - 1);
 }
 
+const CxCameraLineData::CxFrameData::SxSummary&
+CxCameraLineData::CxFrameData::summarise(unsigned int period, qint32 required, qint32 bufferSize)
+{
+    if (summary.valid && summary.period == period && summary.required == required &&
+        summary.bufferSize == bufferSize)
+        return summary;
+    SxSummary result;
+    result.valid = true;
+    result.period = period;
+    result.required = required;
+    result.bufferSize = bufferSize;
+    result.plain = samples && sampleCount > 1;
+    if (!result.plain) {
+        summary = result;
+        return summary;
+    }
+    // The same expressions, in the same order, as calculateFrameSpeeds and the walk of
+    // calculateGraphsThrougput, so that the summary equals what the walk would find.
+    const quint64 first = samples[0];
+    const double bytes = double(period);
+    const double requiredRate = double(required);
+    const double size = double(bufferSize);
+    double fill = 0.0;
+    quint64 previousOffset = 0;
+    for (quint64 i = 1; i < sampleCount; ++i) {
+        const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
+        const double speed = bytes / dtUs;
+        const quint64 offset = (samples[i] - first) / 250u;
+        if (i == 1)
+            result.firstOffset = offset;
+        else if (offset < previousOffset)
+            result.plain = false;
+        previousOffset = offset;
+        if (speed < result.minSpeed)
+            result.minSpeed = speed;
+        if (speed > 0.0 && speed < result.minPositiveSpeed)
+            result.minPositiveSpeed = speed;
+        fill += dtUs * (requiredRate - speed);
+        double level;
+        if (fill < 0.0) {
+            fill = 0.0;
+            level = 0.0;
+        } else if (fill > size) {
+            fill = size;
+            result.overflow = true;
+            level = 100.0;
+        } else {
+            level = fill / size * 100.0;
+        }
+        if (level != level)
+            result.plain = false;
+        result.maxLevel = std::max(level, result.maxLevel);
+    }
+    result.lastOffset = previousOffset;
+    summary = result;
+    return summary;
+}
+
 namespace {
 
 // Time relative to the end of the visible span, in 32-bit arithmetic as the graph has always
@@ -522,6 +580,26 @@ double relativeTime(qint64 timestamp, long long end, quint64 offset)
 }
 
 } // namespace
+
+bool CxCameraLineData::wholeFrameInOneBin(CxFrameData* frame, const QCPRange* timeRange, long long start,
+                                          long long end, double lastX, double minGap)
+{
+    if (!frame->samples || frame->sampleCount < 2)
+        return false;
+    const CxFrameData::SxSummary& whole = frame->summarise(samplePeriod, requiredThroughput, cameraBufferSize);
+    if (!whole.plain)
+        return false;
+    // Statistics alone never depend on where points fall.
+    if (!timeRange)
+        return true;
+    if (frame->timestamp + qint64(whole.lastOffset) < start || frame->timestamp + qint64(whole.firstOffset) > end)
+        return true;
+    // Offsets only grow, so while the relative time does not wrap inside the frame, its last
+    // sample is the one that would first reach the next point.
+    const double relFirst = relativeTime(frame->timestamp, end, whole.firstOffset);
+    const double relLast = relativeTime(frame->timestamp, end, whole.lastOffset);
+    return relFirst + double(whole.lastOffset - whole.firstOffset) == relLast && !(relLast - lastX > minGap);
+}
 
 bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QCPGraph* bufferLevelGraph,
                                                 const QCPRange* timeRange, long long start, long long end,
@@ -562,15 +640,28 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
     quint64 frameCount = 0;
     double speedSum = 0.0;
     for (; index < frames.size() && frames[index]->timestamp < upper; ++index) {
-        const CxFrameData* frame = frames[index];
+        CxFrameData* frame = frames[index];
         // Frames of an earlier run may be larger than the first one; never write past the
         // work arrays.
         if (frame->sampleCount > bufferCapacity + 1 && !AllocateBuffers(unsigned(frame->sampleCount - 1)))
             return allocationFailed();
-        const unsigned int count = frame->calculateFrameSpeeds(
-            samplePeriod, double(requiredThroughput), speedsBuffer, bufferDeltasBuffer, offsetsBuffer);
         bool overflow = false;
-        if (count > 0) {
+        if (!firstSample && wholeFrameInOneBin(frame, timeRange, start, end, lastX, minGap)) {
+            // No point falls inside the frame: its summary stands for its samples.
+            const CxFrameData::SxSummary& whole = frame->summary;
+            if (whole.minSpeed < minThroughput)
+                minThroughput = whole.minSpeed;
+            if (whole.overflow)
+                binMax = 100.0;
+            binMax = std::max(whole.maxLevel, binMax);
+            overallMax = std::max(binMax, overallMax);
+            if (whole.minPositiveSpeed < binMin)
+                binMin = whole.minPositiveSpeed;
+            overflow = whole.overflow;
+        } else if (const unsigned int count = frame->calculateFrameSpeeds(samplePeriod, double(requiredThroughput),
+                                                                         speedsBuffer, bufferDeltasBuffer,
+                                                                         offsetsBuffer);
+                   count > 0) {
             // The modelled buffer starts empty with every frame.
             double fill = 0.0;
             for (unsigned int i = 0; i < count; ++i) {

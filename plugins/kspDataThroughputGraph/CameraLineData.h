@@ -56,11 +56,34 @@ public:
                                           double* speeds, double* bufferDeltas,
                                           unsigned long long* offsets) const;
 
+        // What a graph refresh needs of the whole frame, for one sample period, required
+        // throughput and buffer size. Stored frames never change, so it is worked out once
+        // and a refresh walks the samples only of frames that a pixel boundary cuts.
+        struct SxSummary
+        {
+            bool valid = false;
+            quint32 period = 0;
+            qint32 required = 0;
+            qint32 bufferSize = 0;
+            // False when a level is not a number or an offset falls back: such frames are
+            // always walked sample by sample, so that the results stay those of the walk.
+            bool plain = false;
+            bool overflow = false;
+            double minSpeed = 1.7976931348623157e308;
+            double minPositiveSpeed = 1.7976931348623157e308;
+            double maxLevel = 0.0;
+            quint64 firstOffset = 0; // microseconds of sample 1 after sample 0
+            quint64 lastOffset = 0;  // and of the last sample
+        };
+        // Under the owner's dataMutex. Frames with fewer than two samples have no summary.
+        const SxSummary& summarise(unsigned int samplePeriod, qint32 requiredThroughput, qint32 bufferSize);
+
         quint32 frameNumber = 0;
         qint64 timestamp = 0;       // microseconds since midnight
         quint64* samples = nullptr; // owned
         quint64 sampleCount = 0;
         quint64 sampleSpan = 0; // last minus first sample, ticks of 4 ns
+        SxSummary summary;
     };
 
     // One acquisition frame: the camera's counters when it arrived.
@@ -168,6 +191,9 @@ private:
     void resetFrameTimes();
     void addFrameTime(double microseconds);
     bool captureImage(KS_IMG* image, int logLine, const char* logPrefix);
+    // True when no point of the graph can fall inside the frame, so that its summary serves.
+    bool wholeFrameInOneBin(CxFrameData* frame, const QCPRange* timeRange, long long start, long long end,
+                            double lastX, double minGap);
 };
 
 // The worker of one run: runs the capture loop of its mode on its camera line.
