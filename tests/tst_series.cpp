@@ -682,6 +682,15 @@ void TestSeries::csvInfiniteSpeedAndNotANumberFill()
     line.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 100);
     QCOMPARE(readFile(path), kHeader + "4,1,1000,1000,500,1000,0,0\n"
                                        "4,1,1000,1000,500,inf,nan,nan\n");
+
+    // 1024 bytes in 131072 ticks is 1.953125 MB/s, a tie at the sixth digit: it rounds up,
+    // as the report has always written it.
+    CxCameraLineData tie;
+    tie.samplePeriod = 1024;
+    tie.cameraBufferSize = 1000;
+    addFrame(tie, 5, kT0, {0, 131072});
+    tie.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 1000);
+    QCOMPARE(readFile(path), kHeader + "5,524,1024,524288,0,1.95313,0,0\n");
 }
 
 void TestSeries::measuredDipShowsInTheMinimumSeries()

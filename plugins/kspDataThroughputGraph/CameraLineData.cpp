@@ -10,6 +10,9 @@
 #include <QTime>
 #include <algorithm>
 #include <cfloat>
+#include <charconv>
+#include <cmath>
+#include <string>
 #include <cstring>
 #include <new>
 #include <qcustomplot.h>
@@ -49,6 +52,106 @@ qint64 wallClockReference()
     const QTime now = QTime::currentTime();
     return now.isValid() ? qint64(now.msecsSinceStartOfDay()) * 1000 : 0;
 }
+
+// QString::number rounds an exact tie at the sixth significant digit away from zero;
+// std::to_chars rounds it to even. A tie is a value whose exact decimal has seven
+// significant digits ending in 5: such a value moves one step away from zero first.
+double tieAwayFromZero(double value)
+{
+    char shortest[32];
+    const char* end = std::to_chars(shortest, shortest + sizeof(shortest), value).ptr;
+    char significant[32];
+    int count = 0;
+    for (const char* c = shortest; c < end && *c != 'e'; ++c)
+        if (*c >= '0' && *c <= '9' && !(count == 0 && *c == '0'))
+            significant[count++] = *c;
+    while (count > 0 && significant[count - 1] == '0')
+        --count;
+    if (count != 7 || significant[6] != '5')
+        return value;
+    // The shortest form only says the value is near a tie; its exact digits say whether it is one.
+    char exact[48];
+    const char* exactEnd =
+        std::to_chars(exact, exact + sizeof(exact), std::fabs(value), std::chars_format::scientific, 24).ptr;
+    int digit = 0;
+    for (const char* c = exact; c < exactEnd && *c != 'e'; ++c) {
+        if (*c == '.')
+            continue;
+        if (digit == 6 && *c != '5')
+            return value;
+        if (digit > 6 && *c != '0')
+            return value;
+        ++digit;
+    }
+    return std::nextafter(value, value > 0 ? HUGE_VAL : -HUGE_VAL);
+}
+
+// Buffered text output of the CSV report, formatting numbers exactly as QString::number does
+// (decimal integers; doubles as 'g' with six significant digits, "inf" and "nan").
+class CxCsvWriter
+{
+public:
+    explicit CxCsvWriter(QIODevice* device) : m_device(device) { m_buffer.reserve(kBlock + 256); }
+    ~CxCsvWriter() { flush(); }
+
+    void text(const char* text) { m_buffer.append(text); }
+    void character(char c)
+    {
+        m_buffer.push_back(c);
+        if (m_buffer.size() >= kBlock)
+            flush();
+    }
+    void unsignedNumber(quint64 value, char separator = 0)
+    {
+        char digits[24];
+        const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+        put(separator, digits, end);
+    }
+    void signedNumber(qint64 value, char separator = 0)
+    {
+        char digits[24];
+        const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+        put(separator, digits, end);
+    }
+    void number(double value, char separator)
+    {
+        if (std::isnan(value)) {
+            put(separator, "nan", nullptr);
+            return;
+        }
+        if (std::isinf(value)) {
+            put(separator, value > 0 ? "inf" : "-inf", nullptr);
+            return;
+        }
+        char digits[32];
+        const auto end = std::to_chars(digits, digits + sizeof(digits), tieAwayFromZero(value),
+                                       std::chars_format::general, 6)
+                             .ptr;
+        put(separator, digits, end);
+    }
+    void flush()
+    {
+        if (!m_buffer.empty())
+            m_device->write(m_buffer.data(), qint64(m_buffer.size()));
+        m_buffer.clear();
+    }
+
+private:
+    static constexpr size_t kBlock = 1 << 20;
+
+    void put(char separator, const char* first, const char* last)
+    {
+        if (separator)
+            m_buffer.push_back(separator);
+        if (last)
+            m_buffer.append(first, last);
+        else
+            m_buffer.append(first);
+    }
+
+    QIODevice* m_device;
+    std::string m_buffer;
+};
 
 bool getParam(KSCORE_HANDLE hCam, const char* name, int& value)
 {
@@ -809,9 +912,11 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
         return;
 
     QMutexLocker lock(&dataMutex);
-    QTextStream out(&file);
-    out << "Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns], Req. throughput [MB/s], "
-           "Link throughput [MB/s], Buffer filled [B], Max buffer level [%]\n";
+    // Rows are formatted into a buffer by hand and written in large blocks: the export holds
+    // the camera's lock, so every microsecond here is one the worker waits.
+    CxCsvWriter out(&file);
+    out.text("Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns], Req. throughput [MB/s], "
+             "Link throughput [MB/s], Buffer filled [B], Max buffer level [%]\n");
     const double bufferSize = double(cameraBufferSize);
     // Unlike the graph, the modelled buffer runs on across frames, over exported rows only.
     double fill = 0.0;
@@ -837,10 +942,15 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
                     fill = 0.0;
                 else if (fill > bufferSize)
                     fill = bufferSize;
-                out << frame->frameNumber << ',' << offsetUs << ',' << samplePeriod << ',' << samples[i] * 4u
-                    << ',' << requiredThroughput << ',' << QString::number(speed, 'g', 6) << ','
-                    << QString::number(fill, 'g', 6) << ','
-                    << QString::number(100.0 * fill / bufferSize, 'g', 6) << '\n';
+                out.unsignedNumber(frame->frameNumber);
+                out.unsignedNumber(offsetUs, ',');
+                out.unsignedNumber(samplePeriod, ',');
+                out.unsignedNumber(samples[i] * 4u, ',');
+                out.signedNumber(requiredThroughput, ',');
+                out.number(speed, ',');
+                out.number(fill, ',');
+                out.number(100.0 * fill / bufferSize, ',');
+                out.character('\n');
             }
         }
         ++progress;
