@@ -1,0 +1,300 @@
+// The tool's own cost against the least the same work could cost, each figure a ratio
+// against a reference measured in the same run (the median of several runs), with the
+// absolute times for the record:
+//   capture_ratio_2mb / _64kb  the worker per image against a bare loop fetching the same
+//                              replayed images and reading the same strided words;
+//   series_vs_scan_ratio       one throughput series over a full default store (all
+//                              visible, 1000 pixels) against one pass summing its samples;
+//   bytes_per_sample           resident bytes per stored sample, full and turned over twice;
+//   bytes_per_record           the same per acquisition record;
+//   csv_vs_write_ratio         a 2-million-row CSV export against one plain write of its bytes.
+
+#include "CameraLineData.h"
+#include "CxCameraManager.h"
+#include "ksSim/CxSimulation.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <qcustomplot.h>
+#include <unistd.h>
+
+namespace {
+
+volatile quint64 g_sink = 0; // keeps every reference loop's result alive
+
+double median(QList<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+double medianOf(int runs, const std::function<double()>& run)
+{
+    QList<double> values;
+    for (int i = 0; i < runs; ++i)
+        values << run();
+    return median(values);
+}
+
+void figure(const char* name, double value, const char* unit, const QString& note)
+{
+    printf("figure %s %.3f %s (%s)\n", name, value, unit, qPrintable(note));
+    fflush(stdout);
+}
+
+qint64 residentBytes()
+{
+    QFile statm(QStringLiteral("/proc/self/statm"));
+    if (!statm.open(QIODevice::ReadOnly))
+        return 0;
+    const QList<QByteArray> fields = statm.readAll().split(' ');
+    return fields.size() > 1 ? fields[1].toLongLong() * sysconf(_SC_PAGESIZE) : 0;
+}
+
+KSCORE_HANDLE openReplayCamera(const QString& id, int width, int height)
+{
+    CxSimCameraConfig config;
+    config.id = id;
+    config.sensor.width = width;
+    config.sensor.height = height;
+    config.link.rateMBps = 4000.0;
+    config.pacing = ExPacing::Replay;
+    config.replayFrames = 8;
+    CxSimulation::addCamera(config);
+    return CxCameraManager::instance()->openCamera(id);
+}
+
+// Nanoseconds per image of the worker: a run measured between two counts of delivered images.
+double workerNsPerImage(KSCORE_HANDLE hCam, quint64 images)
+{
+    CxCameraLineData line;
+    line.hCam = hCam;
+    line.autoTransport = false;
+    line.startMeasurement(4096, 3000000);
+    CxSimCamera* camera = CxSimulation::camera(hCam);
+    while (camera->capturesDelivered() < images / 10)
+        QThread::usleep(200);
+    const quint64 first = camera->capturesDelivered();
+    QElapsedTimer timer;
+    timer.start();
+    while (camera->capturesDelivered() < first + images)
+        QThread::usleep(200);
+    const double ns = double(timer.nsecsElapsed()) / double(camera->capturesDelivered() - first);
+    line.stopMeasurement();
+    return ns;
+}
+
+// The same images fetched and their words at the same stride read, nothing kept.
+double bareNsPerImage(KSCORE_HANDLE hCam, quint64 images)
+{
+    ksApi_SetParamInt(hCam, "imgdataformat", 7);
+    ksApi_SetParamInt(hCam, "test_pattern_generator_selector", 1);
+    ksApi_SetParamInt(hCam, "test_pattern", 11);
+    ksApi_StartAcquisition(hCam);
+    KS_IMG image;
+    quint64 sum = 0;
+    QElapsedTimer timer;
+    for (quint64 n = 0; n < images + images / 10; ++n) {
+        if (n == images / 10)
+            timer.start();
+        image = KS_IMG();
+        image.size = sizeof(KS_IMG);
+        if (!ksApi_GetImage(hCam, 5000, &image, nullptr, true) || !image.data)
+            continue;
+        const auto* words = static_cast<const quint64*>(image.data);
+        const quint64 count = quint64(image.width) * image.height * 2 / 8;
+        for (quint64 i = 0; i < count; i += 4096 / 8)
+            sum += words[i];
+    }
+    const double ns = double(timer.nsecsElapsed()) / double(images);
+    ksApi_StopAcquisition(hCam);
+    g_sink = g_sink + sum;
+    return ns;
+}
+
+void captureRatio(const char* name, int width, int height, quint64 images)
+{
+    const KSCORE_HANDLE hCam = openReplayCamera(QLatin1String(name), width, height);
+    const double worker = medianOf(5, [&] { return workerNsPerImage(hCam, images); });
+    const double bare = medianOf(5, [&] { return bareNsPerImage(hCam, images); });
+    figure(name, worker / bare, "x",
+           QStringLiteral("worker %1 us, bare loop %2 us per %3 KB image").arg(worker / 1000, 0, 'f', 2)
+               .arg(bare / 1000, 0, 'f', 2).arg(width * height * 2 / 1024));
+    CxCameraManager::instance()->closeCamera(hCam);
+}
+
+// A store as a 400 MB/s link fills it at the default settings: 1024-byte samples, 2048 per
+// 2 MB frame, 10,000,384 samples.
+void fillDefaultStore(CxCameraLineData& line)
+{
+    line.samplePeriod = 1024;
+    line.requiredThroughput = 380;
+    line.cameraBufferSize = 64 * 1024 * 1024;
+    quint64 tick = 1000000000ull;
+    quint32 seed = 1;
+    const int samplesPerFrame = 2048;
+    for (int f = 0; f < 4883; ++f) {
+        auto* frame = new CxCameraLineData::CxFrameData;
+        frame->frameNumber = quint32(f);
+        frame->timestamp = qint64(tick / 250);
+        frame->samples = new quint64[samplesPerFrame];
+        frame->sampleCount = samplesPerFrame;
+        for (int i = 0; i < samplesPerFrame; ++i) {
+            frame->samples[i] = tick;
+            seed = seed * 1664525u + 1013904223u;
+            tick += 640 + (seed >> 27); // about 400 MB/s with some jitter
+        }
+        frame->sampleSpan = frame->samples[samplesPerFrame - 1] - frame->samples[0];
+        line.frames.append(frame);
+        tick += 100;
+    }
+    line.frameTimeAvg = double(line.frames.first()->sampleSpan) / 250.0;
+}
+
+void seriesVsScan()
+{
+    CxCameraLineData line;
+    fillDefaultStore(line);
+    const qint64 start = line.frames.first()->timestamp;
+    const qint64 end = line.frames.last()->timestamp + 6000;
+    const QCPRange range(-double(end - start) / 1e6, 0.0);
+    const double msPerPixel = (range.upper - range.lower) * 1000.0 / 1000.0;
+    QCustomPlot plot;
+    QCPGraph* minGraph = plot.addGraph();
+    QCPGraph* levelGraph = plot.addGraph();
+    auto series = [&] {
+        minGraph->data()->clear();
+        levelGraph->data()->clear();
+        QElapsedTimer timer;
+        timer.start();
+        line.calculateGraphsThrougput(minGraph, levelGraph, &range, start, end, msPerPixel);
+        return timer.nsecsElapsed() / 1e6;
+    };
+    const double firstRefresh = series();
+    const double refresh = medianOf(9, series);
+    const double scan = medianOf(9, [&] {
+        QElapsedTimer timer;
+        timer.start();
+        quint64 sum = 0;
+        for (const CxCameraLineData::CxFrameData* frame : std::as_const(line.frames))
+            for (quint64 i = 0; i < frame->sampleCount; ++i)
+                sum += frame->samples[i];
+        g_sink = g_sink + sum;
+        return timer.nsecsElapsed() / 1e6;
+    });
+    figure("series_vs_scan_ratio", refresh / scan, "x",
+           QStringLiteral("series %1 ms (first refresh of the store %2 ms), scan of 80 MB %3 ms, %4 points")
+               .arg(refresh, 0, 'f', 2).arg(firstRefresh, 0, 'f', 1).arg(scan, 0, 'f', 2)
+               .arg(minGraph->dataCount()));
+}
+
+void memoryPerSample()
+{
+    const KSCORE_HANDLE hCam = openReplayCamera(QStringLiteral("memory"), 1024, 1024);
+    auto* line = new CxCameraLineData;
+    line->hCam = hCam;
+    line->autoTransport = false;
+    line->startMeasurement(1024, 10000000);
+    CxSimCamera* camera = CxSimulation::camera(hCam);
+    // The camera's replayed images are the camera's memory, not the store's: count from
+    // when they exist.
+    while (camera->capturesDelivered() < 20)
+        QThread::usleep(200);
+    const qint64 before = residentBytes();
+    const quint64 framesPerStore = 10000000 / 2048 + 1;
+    while (camera->capturesDelivered() < framesPerStore)
+        QThread::usleep(500);
+    QThread::msleep(50);
+    const qint64 full = residentBytes();
+    while (camera->capturesDelivered() < 3 * framesPerStore)
+        QThread::usleep(500);
+    const qint64 turned = residentBytes();
+    line->stopMeasurement();
+    qint64 samples = 0;
+    for (const CxCameraLineData::CxFrameData* frame : std::as_const(line->frames))
+        samples += qint64(frame->sampleCount);
+    figure("bytes_per_sample", double(turned - before) / double(samples), "B",
+           QStringLiteral("after turning over twice; %1 B when first full; %2 samples")
+               .arg(double(full - before) / double(samples), 0, 'f', 3).arg(samples));
+    delete line;
+
+    // Acquisition records as the loop stores them; a camera would add its own call log to the
+    // process's memory, so the store is filled here.
+    line = new CxCameraLineData;
+    line->measureMode = MeasureModeStandardAcquisition;
+    const qint64 empty = residentBytes();
+    for (int i = 0; i < 3000000; ++i) {
+        auto* record = new CxCameraLineData::CxCounterData;
+        record->frameNumber = quint32(i);
+        line->counterSamples.append(record);
+        if (line->counterSamples.size() > 1000001)
+            delete line->counterSamples.takeFirst();
+    }
+    figure("bytes_per_record", double(residentBytes() - empty) / double(line->counterSamples.size()), "B",
+           QStringLiteral("%1 acquisition records, after turning over twice").arg(line->counterSamples.size()));
+    delete line;
+    CxCameraManager::instance()->closeCamera(hCam);
+}
+
+void csvVsWrite()
+{
+    CxCameraLineData line;
+    fillDefaultStore(line);
+    while (line.frames.size() > 977) // 2,000,896 samples: 2 million rows
+        delete line.frames.takeLast();
+    const qint64 start = line.frames.first()->timestamp;
+    const qint64 end = line.frames.last()->timestamp + 6000;
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("export.csv"));
+    const double exportMs = medianOf(5, [&] {
+        QElapsedTimer timer;
+        timer.start();
+        line.exportDataToFile(path, nullptr, start, end);
+        return timer.nsecsElapsed() / 1e6;
+    });
+    QFile exported(path);
+    exported.open(QIODevice::ReadOnly);
+    const QByteArray bytes = exported.readAll();
+    const QString copy = dir.filePath(QStringLiteral("copy.csv"));
+    const double writeMs = medianOf(5, [&] {
+        QElapsedTimer timer;
+        timer.start();
+        QFile file(copy);
+        file.open(QIODevice::WriteOnly | QIODevice::Truncate);
+        for (qsizetype at = 0; at < bytes.size(); at += 1 << 20)
+            file.write(bytes.constData() + at, qMin<qsizetype>(1 << 20, bytes.size() - at));
+        file.close();
+        return timer.nsecsElapsed() / 1e6;
+    });
+    figure("csv_vs_write_ratio", exportMs / writeMs, "x",
+           QStringLiteral("export %1 ms, plain write %2 ms, %3 rows, %4 MB").arg(exportMs, 0, 'f', 0)
+               .arg(writeMs, 0, 'f', 0).arg(bytes.count('\n') - 1).arg(bytes.size() / 1e6, 0, 'f', 1));
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    const QString only = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
+    // Memory first, while the heap holds nothing the allocator could hand out again.
+    if (only.isEmpty() || only == QLatin1String("memory"))
+        memoryPerSample();
+    if (only.isEmpty() || only == QLatin1String("capture")) {
+        captureRatio("capture_ratio_2mb", 1024, 1024, 20000);
+        captureRatio("capture_ratio_64kb", 128, 256, 200000);
+    }
+    if (only.isEmpty() || only == QLatin1String("series"))
+        seriesVsScan();
+    if (only.isEmpty() || only == QLatin1String("csv"))
+        csvVsWrite();
+    return 0;
+}
