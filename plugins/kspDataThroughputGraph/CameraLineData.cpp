@@ -761,18 +761,23 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
             if (whole.minPositiveSpeed < binMin)
                 binMin = whole.minPositiveSpeed;
             overflow = whole.overflow;
-        } else if (const unsigned int count = frame->calculateFrameSpeeds(samplePeriod, double(requiredThroughput),
-                                                                         speedsBuffer, bufferDeltasBuffer,
-                                                                         offsetsBuffer);
-                   count > 0) {
+        } else if (frame->samples && frame->sampleCount > 1) {
+            // One pass over the samples with the expressions of calculateFrameSpeeds, so that
+            // nothing is written to memory and read back.
+            const quint64* samples = frame->samples;
+            const quint64 first = samples[0];
+            const double bytes = double(samplePeriod);
+            const double required = double(requiredThroughput);
             // The modelled buffer starts empty with every frame.
             double fill = 0.0;
-            for (unsigned int i = 0; i < count; ++i) {
-                const double speed = speedsBuffer[i];
-                const double rel = relativeTime(frame->timestamp, end, offsetsBuffer[i]);
+            for (quint64 i = 1; i < frame->sampleCount; ++i) {
+                const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
+                const double speed = bytes / dtUs;
+                const quint64 offset = (samples[i] - first) / 250u;
+                const double rel = relativeTime(frame->timestamp, end, offset);
                 if (speed < minThroughput)
                     minThroughput = speed;
-                fill += bufferDeltasBuffer[i];
+                fill += dtUs * (required - speed);
                 double level;
                 if (fill < 0.0) {
                     fill = 0.0;
@@ -792,7 +797,7 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
                     lastX = rel;
                 if (speed > 0.0 && speed < binMin)
                     binMin = speed;
-                const qint64 sampleTime = frame->timestamp + qint64(offsetsBuffer[i]);
+                const qint64 sampleTime = frame->timestamp + qint64(offset);
                 if (sampleTime >= start && sampleTime <= end && rel - lastX > minGap) {
                     lastX = rel;
                     if (timeRange) {
