@@ -78,7 +78,14 @@ double workerNsPerImage(KSCORE_HANDLE hCam, quint64 images)
     line.autoTransport = false;
     line.startMeasurement(4096, 3000000);
     CxSimCamera* camera = CxSimulation::camera(hCam);
-    while (camera->capturesDelivered() < images / 10)
+    // Steady state: the store is full and each new image replaces the oldest.
+    int width = 0;
+    int height = 0;
+    ksApi_GetParamInt(hCam, "width", width);
+    ksApi_GetParamInt(hCam, "height", height);
+    const quint64 samplesPerImage = quint64(width) * quint64(height) * 2 / 4096;
+    const quint64 warmUp = 3000000 / qMax<quint64>(1, samplesPerImage) + images / 10;
+    while (camera->capturesDelivered() < warmUp)
         QThread::usleep(200);
     const quint64 first = camera->capturesDelivered();
     QElapsedTimer timer;
