@@ -284,6 +284,181 @@ void csvVsWrite()
                .arg(writeMs, 0, 'f', 0).arg(bytes.count('\n') - 1).arg(bytes.size() / 1e6, 0, 'f', 1));
 }
 
+// Our refresh (series plus a replot of a 1000 x 300 plot) against what a developer would
+// write first: every sample in QCPGraphs, appended as frames arrive, replotted with
+// QCustomPlot's adaptive sampling. Also draws the picture of refresh time against the
+// number of stored samples.
+void seriesVsQcp(const QString& picture)
+{
+    CxCameraLineData line;
+    fillDefaultStore(line);
+    QCustomPlot ours;
+    ours.resize(1000, 300);
+    ours.show();
+    QCPGraph* minGraph = ours.addGraph();
+    QCPGraph* levelGraph = ours.addGraph(ours.xAxis, ours.yAxis2);
+    QVector<double> sizes, oursMs, qcpMs;
+    double speedup = 0.0;
+    double memoryRatio = 0.0;
+    QString note;
+    for (int frames : {4883, 2441, 977, 488, 244}) {
+        while (line.frames.size() > frames)
+            delete line.frames.takeLast();
+        const qint64 start = line.frames.first()->timestamp;
+        const qint64 end = line.frames.last()->timestamp + 6000;
+        const QCPRange range(-double(end - start) / 1e6, 0.0);
+        ours.xAxis->setRange(range);
+        ours.yAxis->setRange(0, 600);
+        ours.yAxis2->setRange(-10, 110);
+        const qint64 beforeOurs = residentBytes();
+        auto ourRefresh = [&] {
+            QElapsedTimer timer;
+            timer.start();
+            minGraph->data()->clear();
+            levelGraph->data()->clear();
+            line.calculateGraphsThrougput(minGraph, levelGraph, &range, start, end, range.size() * 1000.0 / 1000.0);
+            ours.replot(QCustomPlot::rpImmediateRefresh);
+            return timer.nsecsElapsed() / 1e6;
+        };
+        ourRefresh();
+        const double oursRefresh = medianOf(7, ourRefresh);
+        const qint64 oursExtra =
+            residentBytes() - beforeOurs + qint64(frames) * qint64(sizeof(CxCameraLineData::CxFrameData::SxSummary));
+
+        // The alternative keeps a point per sample in each of its two graphs.
+        const qint64 beforeQcp = residentBytes();
+        qint64 samples = 0;
+        {
+            QCustomPlot plot;
+            plot.resize(1000, 300);
+            plot.show();
+            QCPGraph* speeds = plot.addGraph();
+            QCPGraph* levels = plot.addGraph(plot.xAxis, plot.yAxis2);
+            speeds->setAdaptiveSampling(true);
+            levels->setAdaptiveSampling(true);
+            for (const CxCameraLineData::CxFrameData* frame : std::as_const(line.frames)) {
+                QVector<QCPGraphData> speedPoints, levelPoints;
+                double fill = 0.0;
+                for (quint64 i = 1; i < frame->sampleCount; ++i) {
+                    const double dtUs = double(frame->samples[i] - frame->samples[i - 1]) / 250.0;
+                    const double speed = 1024.0 / dtUs;
+                    fill = qBound(0.0, fill + dtUs * (380.0 - speed), 64.0 * 1024 * 1024);
+                    const double x = double(frame->timestamp - end) / 1e6 + double(frame->samples[i] - frame->samples[0]) / 250e6;
+                    speedPoints.append(QCPGraphData(x, speed));
+                    levelPoints.append(QCPGraphData(x, fill / (64.0 * 1024 * 1024) * 100.0));
+                }
+                samples += qint64(speedPoints.size());
+                speeds->data()->add(speedPoints, true);
+                levels->data()->add(levelPoints, true);
+            }
+            plot.xAxis->setRange(range);
+            plot.yAxis->setRange(0, 600);
+            plot.yAxis2->setRange(-10, 110);
+            const qint64 qcpExtra = residentBytes() - beforeQcp;
+            const double qcpRefresh = medianOf(5, [&] {
+                QElapsedTimer timer;
+                timer.start();
+                plot.replot(QCustomPlot::rpImmediateRefresh);
+                return timer.nsecsElapsed() / 1e6;
+            });
+            sizes.prepend(double(samples) / 1e6);
+            oursMs.prepend(oursRefresh);
+            qcpMs.prepend(qcpRefresh);
+            if (frames != 4883)
+                continue;
+            speedup = qcpRefresh / oursRefresh;
+            memoryRatio = double(oursExtra) / double(qMax<qint64>(1, qcpExtra));
+            note = QStringLiteral("ours %1 ms, QCPGraph %2 ms; extra memory ours %3 MB, QCPGraph %4 MB; %5 samples")
+                       .arg(oursRefresh, 0, 'f', 1).arg(qcpRefresh, 0, 'f', 1).arg(oursExtra / 1e6, 0, 'f', 2)
+                       .arg(qcpExtra / 1e6, 0, 'f', 0).arg(samples);
+        }
+    }
+    figure("series_vs_qcp_speedup", speedup, "x", note);
+    figure("memory_vs_qcp_ratio", memoryRatio, "x", note);
+
+    if (picture.isEmpty())
+        return;
+    QCustomPlot chart;
+    chart.resize(720, 400);
+    chart.plotLayout()->insertRow(0);
+    chart.plotLayout()->addElement(0, 0, new QCPTextElement(&chart, QStringLiteral("One graph refresh (series + replot, 1000 x 300 px)")));
+    QCPGraph* a = chart.addGraph();
+    a->setName(QStringLiteral("this tool"));
+    a->setData(sizes, oursMs);
+    a->setPen(QPen(QColor(255, 140, 0), 2));
+    a->setScatterStyle(QCPScatterStyle::ssDisc);
+    QCPGraph* b = chart.addGraph();
+    b->setName(QStringLiteral("every sample in a QCPGraph, adaptive sampling"));
+    b->setData(sizes, qcpMs);
+    b->setPen(QPen(QColor(30, 144, 255), 2));
+    b->setScatterStyle(QCPScatterStyle::ssDisc);
+    chart.xAxis->setLabel(QStringLiteral("stored samples per camera [millions]"));
+    chart.yAxis->setLabel(QStringLiteral("refresh time [ms]"));
+    chart.rescaleAxes();
+    chart.yAxis->setRangeLower(0);
+    chart.xAxis->setRange(0, sizes.last() * 1.05);
+    chart.yAxis->setRangeUpper(chart.yAxis->range().upper * 1.1);
+    chart.legend->setVisible(true);
+    chart.axisRect()->insetLayout()->setInsetAlignment(0, Qt::AlignTop | Qt::AlignLeft);
+    chart.savePng(picture, 720, 400);
+}
+
+// How well the statistics of the throughput mode describe a simulated link of known rate
+// with dips: the share of dips longer than 1 ms that the minimum series shows at 1 ms per
+// pixel, and the error of the average throughput against the link's time average.
+void accuracy()
+{
+    CxSimCameraConfig config;
+    config.id = QStringLiteral("accuracy");
+    config.link.rateMBps = 400.0;
+    config.link.jitter = 0.02;
+    config.link.dips.append({50.0, 2.0, 150.0, 20.0});
+    config.link.dips.append({130.0, 1.5, 250.0, 45.0});
+    config.pacing = ExPacing::Unpaced;
+    CxSimulation::addCamera(config);
+    const KSCORE_HANDLE hCam = CxCameraManager::instance()->openCamera(config.id);
+    CxCameraLineData line;
+    line.hCam = hCam;
+    line.autoTransport = false;
+    line.requiredThroughput = 300;
+    line.startMeasurement(4096, 20000000);
+    CxSimCamera* camera = CxSimulation::camera(hCam);
+    while (camera->capturesDelivered() < 1000) // about 5 s of link time
+        QThread::usleep(500);
+    line.stopMeasurement();
+
+    const qint64 reference = line.frames.first()->timestamp;
+    const qint64 start = reference;
+    const qint64 end = line.frames.last()->timestamp + 6000;
+    const QCPRange range(-double(end - start) / 1e6, 0.0);
+    QCustomPlot plot;
+    QCPGraph* minGraph = plot.addGraph();
+    line.calculateGraphsThrougput(minGraph, nullptr, &range, start, end, 1.0);
+    int dips = 0;
+    int found = 0;
+    double timeAverage = config.link.rateMBps;
+    for (const SxLinkDip& dip : std::as_const(config.link.dips)) {
+        timeAverage -= dip.lengthMs / dip.periodMs * (config.link.rateMBps - dip.rateMBps);
+        for (double at = dip.phaseMs; (reference + qint64(at * 1000) + qint64(dip.lengthMs * 1000)) < end - 6000;
+             at += dip.periodMs) {
+            ++dips;
+            const double from = range.upper + double(reference + qint64(at * 1000) - end) / 1e6;
+            const double to = from + (dip.lengthMs + 1.0) / 1000.0;
+            const double threshold = (config.link.rateMBps + dip.rateMBps) / 2.0;
+            for (auto it = minGraph->data()->findBegin(from); it != minGraph->data()->constEnd() && it->key <= to; ++it)
+                if (it->value < threshold) {
+                    ++found;
+                    break;
+                }
+        }
+    }
+    figure("dips_found_pct", 100.0 * found / qMax(1, dips), "%", QStringLiteral("%1 of %2 dips of 1.5 and 2 ms").arg(found).arg(dips));
+    figure("avg_error_pct", 100.0 * qAbs(line.avgThroughput - timeAverage) / timeAverage, "%",
+           QStringLiteral("average %1 MB/s against the link's time average %2 MB/s").arg(line.avgThroughput, 0, 'f', 2)
+               .arg(timeAverage, 0, 'f', 2));
+    CxCameraManager::instance()->closeCamera(hCam);
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -303,5 +478,9 @@ int main(int argc, char* argv[])
         seriesVsScan();
     if (only.isEmpty() || only == QLatin1String("csv"))
         csvVsWrite();
+    if (only.isEmpty() || only == QLatin1String("qcp"))
+        seriesVsQcp(qEnvironmentVariable("BENCH_PICTURE"));
+    if (only.isEmpty() || only == QLatin1String("accuracy"))
+        accuracy();
     return 0;
 }
