@@ -3,6 +3,7 @@
 #include "PluginLog.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProgressDialog>
 #include <QPushButton>
@@ -926,8 +927,16 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
     // Unlike the graph, the modelled buffer runs on across frames, over exported rows only.
     double fill = 0.0;
     int progress = 0;
+    // Each setValue() paints the dialog and runs the event loop, which costs more than the
+    // rows of a frame: the bar moves every 40 ms, enough for the eye and for a close.
+    QElapsedTimer sinceShown;
+    sinceShown.start();
+    qint64 shownAt = -1;
     for (const CxFrameData* frame : std::as_const(frames)) {
-        dialog.setValue(progress);
+        if (shownAt < 0 || sinceShown.elapsed() - shownAt >= 40) {
+            dialog.setValue(progress);
+            shownAt = sinceShown.elapsed();
+        }
         if (dialog.wasCanceled())
             break;
         if (frame->samples && frame->sampleCount > 1) {
