@@ -131,8 +131,10 @@ void captureRatio(const char* name, int width, int height, quint64 images)
     const double worker = medianOf(5, [&] { return workerNsPerImage(hCam, images); });
     const double bare = medianOf(5, [&] { return bareNsPerImage(hCam, images); });
     figure(name, worker / bare, "x",
-           QStringLiteral("worker %1 us, bare loop %2 us per %3 KB image").arg(worker / 1000, 0, 'f', 2)
-               .arg(bare / 1000, 0, 'f', 2).arg(width * height * 2 / 1024));
+           QStringLiteral("worker %1 us, bare loop %2 us per %3 KB image")
+               .arg(worker / 1000, 0, 'f', 2)
+               .arg(bare / 1000, 0, 'f', 2)
+               .arg(width * height * 2 / 1024));
     CxCameraManager::instance()->closeCamera(hCam);
 }
 
@@ -197,7 +199,9 @@ void seriesVsScan()
     });
     figure("series_vs_scan_ratio", refresh / scan, "x",
            QStringLiteral("series %1 ms (first refresh of the store %2 ms), scan of 80 MB %3 ms, %4 points")
-               .arg(refresh, 0, 'f', 2).arg(firstRefresh, 0, 'f', 1).arg(scan, 0, 'f', 2)
+               .arg(refresh, 0, 'f', 2)
+               .arg(firstRefresh, 0, 'f', 1)
+               .arg(scan, 0, 'f', 2)
                .arg(minGraph->dataCount()));
 }
 
@@ -228,7 +232,8 @@ void memoryPerSample()
         samples += qint64(frame->sampleCount);
     figure("bytes_per_sample", double(turned - before) / double(samples), "B",
            QStringLiteral("after turning over twice; %1 B when first full; %2 samples")
-               .arg(double(full - before) / double(samples), 0, 'f', 3).arg(samples));
+               .arg(double(full - before) / double(samples), 0, 'f', 3)
+               .arg(samples));
     delete line;
 
     // Acquisition records as the loop stores them; a camera would add its own call log to the
@@ -243,8 +248,9 @@ void memoryPerSample()
         if (line->counterSamples.size() > 1000001)
             delete line->counterSamples.takeFirst();
     }
-    figure("bytes_per_record", double(residentBytes() - empty) / double(line->counterSamples.size()), "B",
-           QStringLiteral("%1 acquisition records, after turning over twice").arg(line->counterSamples.size()));
+    figure(
+        "bytes_per_record", double(residentBytes() - empty) / double(line->counterSamples.size()), "B",
+        QStringLiteral("%1 acquisition records, after turning over twice").arg(line->counterSamples.size()));
     delete line;
     CxCameraManager::instance()->closeCamera(hCam);
 }
@@ -280,8 +286,11 @@ void csvVsWrite()
         return timer.nsecsElapsed() / 1e6;
     });
     figure("csv_vs_write_ratio", exportMs / writeMs, "x",
-           QStringLiteral("export %1 ms, plain write %2 ms, %3 rows, %4 MB").arg(exportMs, 0, 'f', 0)
-               .arg(writeMs, 0, 'f', 0).arg(bytes.count('\n') - 1).arg(bytes.size() / 1e6, 0, 'f', 1));
+           QStringLiteral("export %1 ms, plain write %2 ms, %3 rows, %4 MB")
+               .arg(exportMs, 0, 'f', 0)
+               .arg(writeMs, 0, 'f', 0)
+               .arg(bytes.count('\n') - 1)
+               .arg(bytes.size() / 1e6, 0, 'f', 1));
 }
 
 // Our refresh (series plus a replot of a 1000 x 300 plot) against what a developer would
@@ -316,14 +325,15 @@ void seriesVsQcp(const QString& picture)
             timer.start();
             minGraph->data()->clear();
             levelGraph->data()->clear();
-            line.calculateGraphsThrougput(minGraph, levelGraph, &range, start, end, range.size() * 1000.0 / 1000.0);
+            line.calculateGraphsThrougput(minGraph, levelGraph, &range, start, end,
+                                          range.size() * 1000.0 / 1000.0);
             ours.replot(QCustomPlot::rpImmediateRefresh);
             return timer.nsecsElapsed() / 1e6;
         };
         ourRefresh();
         const double oursRefresh = medianOf(7, ourRefresh);
-        const qint64 oursExtra =
-            residentBytes() - beforeOurs + qint64(frames) * qint64(sizeof(CxCameraLineData::CxFrameData::SxSummary));
+        const qint64 oursExtra = residentBytes() - beforeOurs +
+                                 qint64(frames) * qint64(sizeof(CxCameraLineData::CxFrameData::SxSummary));
 
         // The alternative keeps a point per sample in each of its two graphs.
         const qint64 beforeQcp = residentBytes();
@@ -343,7 +353,8 @@ void seriesVsQcp(const QString& picture)
                     const double dtUs = double(frame->samples[i] - frame->samples[i - 1]) / 250.0;
                     const double speed = 1024.0 / dtUs;
                     fill = qBound(0.0, fill + dtUs * (380.0 - speed), 64.0 * 1024 * 1024);
-                    const double x = double(frame->timestamp - end) / 1e6 + double(frame->samples[i] - frame->samples[0]) / 250e6;
+                    const double x = double(frame->timestamp - end) / 1e6 +
+                                     double(frame->samples[i] - frame->samples[0]) / 250e6;
                     speedPoints.append(QCPGraphData(x, speed));
                     levelPoints.append(QCPGraphData(x, fill / (64.0 * 1024 * 1024) * 100.0));
                 }
@@ -368,9 +379,13 @@ void seriesVsQcp(const QString& picture)
                 continue;
             speedup = qcpRefresh / oursRefresh;
             memoryRatio = double(oursExtra) / double(qMax<qint64>(1, qcpExtra));
-            note = QStringLiteral("ours %1 ms, QCPGraph %2 ms; extra memory ours %3 MB, QCPGraph %4 MB; %5 samples")
-                       .arg(oursRefresh, 0, 'f', 1).arg(qcpRefresh, 0, 'f', 1).arg(oursExtra / 1e6, 0, 'f', 2)
-                       .arg(qcpExtra / 1e6, 0, 'f', 0).arg(samples);
+            note = QStringLiteral(
+                       "ours %1 ms, QCPGraph %2 ms; extra memory ours %3 MB, QCPGraph %4 MB; %5 samples")
+                       .arg(oursRefresh, 0, 'f', 1)
+                       .arg(qcpRefresh, 0, 'f', 1)
+                       .arg(oursExtra / 1e6, 0, 'f', 2)
+                       .arg(qcpExtra / 1e6, 0, 'f', 0)
+                       .arg(samples);
         }
     }
     figure("series_vs_qcp_speedup", speedup, "x", note);
@@ -381,7 +396,9 @@ void seriesVsQcp(const QString& picture)
     QCustomPlot chart;
     chart.resize(720, 400);
     chart.plotLayout()->insertRow(0);
-    chart.plotLayout()->addElement(0, 0, new QCPTextElement(&chart, QStringLiteral("One graph refresh (series + replot, 1000 x 300 px)")));
+    chart.plotLayout()->addElement(
+        0, 0,
+        new QCPTextElement(&chart, QStringLiteral("One graph refresh (series + replot, 1000 x 300 px)")));
     QCPGraph* a = chart.addGraph();
     a->setName(QStringLiteral("this tool"));
     a->setData(sizes, oursMs);
@@ -439,23 +456,29 @@ void accuracy()
     double timeAverage = config.link.rateMBps;
     for (const SxLinkDip& dip : std::as_const(config.link.dips)) {
         timeAverage -= dip.lengthMs / dip.periodMs * (config.link.rateMBps - dip.rateMBps);
-        for (double at = dip.phaseMs; (reference + qint64(at * 1000) + qint64(dip.lengthMs * 1000)) < end - 6000;
-             at += dip.periodMs) {
+        for (double at = dip.phaseMs;
+             (reference + qint64(at * 1000) + qint64(dip.lengthMs * 1000)) < end - 6000; at += dip.periodMs) {
             ++dips;
             const double from = range.upper + double(reference + qint64(at * 1000) - end) / 1e6;
             const double to = from + (dip.lengthMs + 1.0) / 1000.0;
             const double threshold = (config.link.rateMBps + dip.rateMBps) / 2.0;
-            for (auto it = minGraph->data()->findBegin(from); it != minGraph->data()->constEnd() && it->key <= to; ++it)
+            for (auto it = minGraph->data()->findBegin(from);
+                 it != minGraph->data()->constEnd() && it->key <= to; ++it)
                 if (it->value < threshold) {
                     ++found;
                     break;
                 }
         }
     }
-    figure("dips_found_pct", 100.0 * found / qMax(1, dips), "%", QStringLiteral("%1 of %2 dips of 1.5 and 2 ms").arg(found).arg(dips));
+    figure("dips_found_pct", 100.0 * found / qMax(1, dips), "%",
+           QStringLiteral("%1 of %2 dips of 1.5 and 2 ms").arg(found).arg(dips));
     figure("avg_error_pct", 100.0 * qAbs(line.avgThroughput - timeAverage) / timeAverage, "%",
-           QStringLiteral("average %1 MB/s against the link's time average %2 MB/s").arg(line.avgThroughput, 0, 'f', 2)
+           QStringLiteral("average %1 MB/s against the link's time average %2 MB/s")
+               .arg(line.avgThroughput, 0, 'f', 2)
                .arg(timeAverage, 0, 'f', 2));
+    const double link = line.linkAverage();
+    figure("link_average_error_pct", 100.0 * qAbs(link - timeAverage) / timeAverage, "%",
+           QStringLiteral("bytes over link time of all stored frames %1 MB/s").arg(link, 0, 'f', 2));
     CxCameraManager::instance()->closeCamera(hCam);
 }
 

@@ -269,6 +269,11 @@ QJsonArray CxScriptedRun::summarise() const
             camera.insert(QStringLiteral("minThroughput"), number(colMin));
             camera.insert(QStringLiteral("maxBufferLevel"), number(colMaxBuffer));
             camera.insert(QStringLiteral("bufferOverflowCount"), number(colOverflows));
+            // Beyond the table: bytes over link time of every stored frame.
+            double linkAverage = 0.0;
+            QMetaObject::invokeMethod(panel(), "linkAverageOf", Q_RETURN_ARG(double, linkAverage),
+                                      Q_ARG(qulonglong, name->data(Qt::UserRole).toULongLong()));
+            camera.insert(QStringLiteral("linkAverage"), linkAverage);
         }
         camera.insert(QStringLiteral("counters"), counters);
         cameras.append(camera);

@@ -110,6 +110,11 @@ void TestHost::headlessRunLeavesScreenshotReportsAndSummary()
         const double measured = camera.value("avgThroughput").toDouble();
         QVERIFY2(qAbs(measured - expected) <= 0.01 * expected,
                  qPrintable(QStringLiteral("%1: %2 MB/s against %3").arg(name).arg(measured).arg(expected)));
+        const double link = camera.value("linkAverage").toDouble();
+        QVERIFY2(
+            qAbs(link - expected) <= 0.002 * expected,
+            qPrintable(
+                QStringLiteral("%1: link average %2 MB/s against %3").arg(name).arg(link).arg(expected)));
 
         QString csvName = name;
         csvName.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
@@ -162,9 +167,10 @@ void TestHost::badCommandLinesAreRefusedClearly_data()
         << QStringList{"--cameras", "/nonexistent/cams.json"} << "/nonexistent/cams.json";
     // The program's own folder holds libraries that are no plug-ins: each is skipped with Qt's
     // reason, and without the panel the run cannot go on.
-    QTest::newRow("no plug-ins") << QStringList{"--plugins", QFileInfo(QStringLiteral(HOST_PATH)).path(), "--out",
-                                                dir->path()}
-                                 << "plug-in skipped: " + QFileInfo(QStringLiteral(HOST_PATH)).path() + "/libksCore.so";
+    QTest::newRow("no plug-ins") << QStringList{"--plugins", QFileInfo(QStringLiteral(HOST_PATH)).path(),
+                                                "--out", dir->path()}
+                                 << "plug-in skipped: " + QFileInfo(QStringLiteral(HOST_PATH)).path() +
+                                        "/libksCore.so";
 }
 
 void TestHost::badCommandLinesAreRefusedClearly()

@@ -107,7 +107,8 @@ double rel32(qint64 timestamp, long long end, quint64 offset)
     return double(qint32(quint32(quint64(timestamp)) - quint32(quint64(end)) + quint32(offset)));
 }
 
-SxSeries walkEverySample(CxCameraLineData& line, const QCPRange* range, long long start, long long end, double msPerPixel)
+SxSeries walkEverySample(CxCameraLineData& line, const QCPRange* range, long long start, long long end,
+                         double msPerPixel)
 {
     SxSeries out;
     const long long span = end - start;
@@ -167,7 +168,8 @@ SxSeries walkEverySample(CxCameraLineData& line, const QCPRange* range, long lon
         }
         if (overflow)
             ++out.overflows;
-        speedSum += double(quint64(line.samplePeriod) * frame->sampleCount) / double(frame->sampleSpan) * 250.0;
+        speedSum +=
+            double(quint64(line.samplePeriod) * frame->sampleCount) / double(frame->sampleSpan) * 250.0;
         ++frames;
     }
     out.ok = frames > 0;

@@ -13,10 +13,10 @@
 #include <cfloat>
 #include <charconv>
 #include <cmath>
-#include <string>
 #include <cstring>
 #include <new>
 #include <qcustomplot.h>
+#include <string>
 
 namespace {
 
@@ -690,13 +690,15 @@ bool CxCameraLineData::wholeFrameInOneBin(CxFrameData* frame, const QCPRange* ti
 {
     if (!frame->samples || frame->sampleCount < 2)
         return false;
-    const CxFrameData::SxSummary& whole = frame->summarise(samplePeriod, requiredThroughput, cameraBufferSize);
+    const CxFrameData::SxSummary& whole =
+        frame->summarise(samplePeriod, requiredThroughput, cameraBufferSize);
     if (!whole.plain)
         return false;
     // Statistics alone never depend on where points fall.
     if (!timeRange)
         return true;
-    if (frame->timestamp + qint64(whole.lastOffset) < start || frame->timestamp + qint64(whole.firstOffset) > end)
+    if (frame->timestamp + qint64(whole.lastOffset) < start ||
+        frame->timestamp + qint64(whole.firstOffset) > end)
         return true;
     // Offsets only grow, so while the relative time does not wrap inside the frame, its last
     // sample is the one that would first reach the next point.
@@ -872,6 +874,20 @@ bool CxCameraLineData::calculateGraphsAcquisition(QCPGraph* graph0, QCPGraph* gr
         first = false;
     }
     return true;
+}
+
+double CxCameraLineData::linkAverage()
+{
+    QMutexLocker lock(&dataMutex);
+    double bytes = 0.0;
+    double ticks = 0.0;
+    for (const CxFrameData* frame : std::as_const(frames)) {
+        if (!frame->samples || frame->sampleCount < 2)
+            continue;
+        bytes += double(samplePeriod) * double(frame->sampleCount - 1);
+        ticks += double(frame->sampleSpan);
+    }
+    return ticks > 0.0 ? bytes / (ticks / kTicksPerUs) : 0.0;
 }
 
 // ---------------------------------------------------------------------------------------

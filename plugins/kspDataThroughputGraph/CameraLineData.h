@@ -143,6 +143,10 @@ public:
                                     QCPGraph* graph5, const QCPRange* timeRange, long long start,
                                     long long end, double msPerPixel);
 
+    // Bytes over link time of every stored frame, in MB/s: the link's own average, which
+    // weights each frame by its duration (avgThroughput averages the frames' speeds).
+    double linkAverage();
+
     // CSV report of the throughput samples in [start, end] (GUI thread).
     void exportDataToFile(const QString& fileName, QWidget* parent, long long start, long long end);
 

@@ -723,6 +723,12 @@ bool CxDataGraphForm::AddCameraPlotAcquisition(void* hCam, unsigned int row, QSt
     return true;
 }
 
+double CxDataGraphForm::linkAverageOf(qulonglong hCam)
+{
+    CxCameraLineData* line = cameraLines.value(reinterpret_cast<KSCORE_HANDLE>(quintptr(hCam)));
+    return line ? line->linkAverage() : 0.0;
+}
+
 QCPAxisRect* CxDataGraphForm::GetCameraPlot(void* hCam)
 {
     const qulonglong wanted = handleVariant(hCam).toULongLong();

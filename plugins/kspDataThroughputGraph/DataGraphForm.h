@@ -87,6 +87,9 @@ public:
     // The visible time range in sample time (microseconds since midnight).
     void GetTimeAxisRange(qint64* from, qint64* to);
     QCPAxisRect* GetCameraPlot(void* hCam);
+    // The link average of a camera's stored frames (MB/s), 0 for unknown cameras; invokable
+    // by name, so that a host can put it in its reports.
+    Q_INVOKABLE double linkAverageOf(qulonglong hCam);
     bool IsPlotEnabled(QString name);
 
     Ui_CxDataGraphForm* ui;
