@@ -63,8 +63,11 @@ private slots:
     void failedStartRestoresTheCamera();
     void failedStopStillRestores();
     void workerWaitsForTheMutexAndGoesOn();
-    void tooShortSamplePeriodSkipsImagesSafely();
-    void imageSmallerThanOneSamplePeriodIsSkipped();
+    void skippedImagesAreLoggedOnceAndCounted_data();
+    void skippedImagesAreLoggedOnceAndCounted();
+    void failingCapturesBackOffAndLogACount_data();
+    void failingCapturesBackOffAndLogACount();
+    void lineDeletedOrClearedWhileMeasuringStaysSafe();
     void unknownModeInTheWorkerEndsAtOnce();
     void captureTimeoutsLeaveTheStoreAndLogOncePerTimeout();
 
@@ -296,28 +299,89 @@ void TestMeasurement::workerWaitsForTheMutexAndGoesOn()
     QVERIFY(line->stopMeasurement());
 }
 
-void TestMeasurement::tooShortSamplePeriodSkipsImagesSafely()
+void TestMeasurement::skippedImagesAreLoggedOnceAndCounted_data()
 {
-    KSCORE_HANDLE hCam = open(camera("tiny", 400.0, 64, 64));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    CxCriticalLog log;
-    QVERIFY(line->startMeasurement(4, 1000));
-    QVERIFY(runUntilDelivered(line.get(), 20));
-    QCOMPARE(storedFrames(line.get()), 0);
-    const int delivered = int(sim(hCam)->capturesDelivered());
-    QCOMPARE(log.messages().size(), delivered); // one line per skipped image
-    QVERIFY(log.contains(526, QStringLiteral("shorter than one sample")));
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("period");
+    QTest::addColumn<QString>("first");
+    QTest::newRow("period below one sample") << 64 << 4 << "shorter than one sample";
+    QTest::newRow("image below one period") << 16 << 4096 << "Image of 16 x 16 pixels holds no sample";
 }
 
-void TestMeasurement::imageSmallerThanOneSamplePeriodIsSkipped()
+void TestMeasurement::skippedImagesAreLoggedOnceAndCounted()
 {
-    KSCORE_HANDLE hCam = open(camera("small", 400.0, 16, 16)); // 512 bytes
+    QFETCH(int, size);
+    QFETCH(int, period);
+    QFETCH(QString, first);
+    KSCORE_HANDLE hCam = open(camera("tiny", 400.0, size, size));
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
     CxCriticalLog log;
-    QVERIFY(line->startMeasurement(4096, 1000));
+    QVERIFY(line->startMeasurement(uint(period), 1000));
     QVERIFY(runUntilDelivered(line.get(), 20));
     QCOMPARE(storedFrames(line.get()), 0);
-    QVERIFY(log.contains(526, QStringLiteral("Image of 16 x 16 pixels holds no sample")));
+    const quint64 delivered = sim(hCam)->capturesDelivered();
+    QCOMPARE(log.messages().size(), 2);
+    QVERIFY(log.contains(526, first));
+    QVERIFY2(log.messages().last().contains(QStringLiteral("%1 images skipped in this run").arg(delivered)),
+             qPrintable(log.messages().last()));
+}
+
+void TestMeasurement::failingCapturesBackOffAndLogACount_data()
+{
+    QTest::addColumn<int>("fault");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<int>("logLine");
+    QTest::newRow("failing, throughput")
+        << int(ExCaptureFault::Fail) << int(MeasureModeDataThroughput) << 526;
+    QTest::newRow("no data, acquisition")
+        << int(ExCaptureFault::NoData) << int(MeasureModeStandardAcquisition) << 612;
+}
+
+void TestMeasurement::failingCapturesBackOffAndLogACount()
+{
+    QFETCH(int, fault);
+    QFETCH(int, mode);
+    QFETCH(int, logLine);
+    KSCORE_HANDLE hCam = open(camera("lost", 400.0, 256, 256));
+    sim(hCam)->failCaptures(ExCaptureFault(fault), -1, 0);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureMode(mode)));
+    CxCriticalLog log;
+    QVERIFY(line->startMeasurement(4096, 1000));
+    QThread::msleep(1600);
+    QElapsedTimer stopping;
+    stopping.start();
+    QVERIFY(line->stopMeasurement());
+    QVERIFY2(stopping.elapsed() < 1000, "the back-off never delays a stop for long");
+    // A worker that retried at full speed made hundreds of thousands of calls and lines.
+    const int captures = sim(hCam)->callLogText(true).filter(QStringLiteral("image")).size();
+    QVERIFY2(captures >= 10 && captures <= 60, qPrintable(QString::number(captures)));
+    const QStringList lines = log.messages();
+    QVERIFY2(lines.size() >= 2 && lines.size() <= 3, qPrintable(lines.join(QLatin1Char('\n'))));
+    QVERIFY(log.contains(logLine, QStringLiteral("ksApi_GetImage failed to capture image")));
+    QVERIFY(lines[1].contains(QStringLiteral("more times)")));
+}
+
+void TestMeasurement::lineDeletedOrClearedWhileMeasuringStaysSafe()
+{
+#ifndef QT_NO_DEBUG
+    QSKIP("asserts stop a build with assertions at the misuse itself");
+#endif
+    KSCORE_HANDLE hCam = open(camera("misused", 400.0, 256, 256));
+    const int format = sim(hCam)->parameterValue(QStringLiteral("imgdataformat"));
+    CxCameraLineData* line = lineFor(hCam);
+    CxCriticalLog log;
+    QVERIFY(line->startMeasurement(4096, 100000));
+    QTRY_VERIFY_WITH_TIMEOUT(storedFrames(line) > 3, 10000);
+    line->clearData();
+    QVERIFY(storedFrames(line) > 3);
+    QVERIFY(log.contains(97, QStringLiteral("clearData() refused while measuring")));
+    QElapsedTimer timer;
+    timer.start();
+    delete line;
+    QVERIFY(timer.elapsed() < 5000);
+    QVERIFY(log.contains(85, QStringLiteral("deleted while measuring")));
+    QVERIFY(!sim(hCam)->isAcquiring());
+    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), format);
 }
 
 void TestMeasurement::unknownModeInTheWorkerEndsAtOnce()

@@ -444,6 +444,11 @@ void TestSeries::nullGraphsAndRangeRefreshOnlyTheStatistics()
     QCOMPARE(m_min->dataCount(), 0);
     CxCameraLineData empty;
     QVERIFY(!empty.calculateGraphsThrougput(m_min, m_level, &range, 0, 1000, 0.0));
+    // Throughput frames left from before a switch to the acquisition mode: no work arrays
+    // exist in that mode, and nothing is drawn.
+    line.measureMode = MeasureModeStandardAcquisition;
+    line.speedsBuffer = nullptr;
+    QVERIFY(!line.calculateGraphsThrougput(m_min, m_level, &range, kT0 - 100, kT0 + 2000, 0.0));
 }
 
 void TestSeries::marginFollowsTheAverageFrameTime()

@@ -285,13 +285,17 @@ void TestSimLink::realTimePacingDeliversAtTheLinkRate()
     KSCORE_HANDLE hCam = open(config);
     QVERIFY(selectCounterPattern(hCam));
     QVERIFY(ksApi_StartAcquisition(hCam));
+    // Timed from the first frame: a start that returns late (as under a sanitizer) finds
+    // frames already due, which would make the link look faster than it is.
+    KS_IMG image;
+    QVERIFY(grab(hCam, &image));
     QElapsedTimer timer;
     timer.start();
-    KS_IMG image;
-    for (int i = 0; i < 40; ++i) // 40 frames of 5.24 ms
+    for (int i = 0; i < 40; ++i) // 40 frames of 5.24 ms: 210 ms; unpaced they take a few
         QVERIFY(grab(hCam, &image));
     const qint64 elapsed = timer.elapsed();
-    QVERIFY2(elapsed >= 190 && elapsed < 3000, qPrintable(QString::number(elapsed)));
+    // Seen: 190 to 194 ms, the waits ending a little early; the bound leaves room for that.
+    QVERIFY2(elapsed >= 170 && elapsed < 3000, qPrintable(QString::number(elapsed)));
 }
 
 void TestSimLink::realTimeCaptureHonoursItsTimeout()

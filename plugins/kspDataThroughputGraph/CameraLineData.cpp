@@ -29,11 +29,14 @@ const char* const kThroughputLoopPrefix = "CxCameraLineData::runMeasureLoopThrou
 const char* const kAcquisitionLoopPrefix = "CxCameraLineData::runMeasureLoopAcquisition(): %1";
 const char* const kThreadPrefix = "CxAcquisitionThread::run(): %1";
 const char* const kGraphsPrefix = "CxCameraLineData::calculateGraphsThrougput(): %1";
+const char* const kLifetimePrefix = "CxCameraLineData: %1";
 
 // Log line numbers are fixed so that log lines stay comparable across builds.
 enum : int
 {
     kLineThreadRun = 31,
+    kLineDeletedWhileRunning = 85,
+    kLineClearedWhileRunning = 97,
     kLineStart = 250,
     kLineStop = 281,
     kLineReadDeviceUnit = 305,
@@ -154,6 +157,71 @@ private:
     std::string m_buffer;
 };
 
+// A failure that repeats at the pace of a capture loop: a camera stopped under the run,
+// disconnected or answering without data fails at once, again and again. The first failure
+// is logged at once, later ones as a count at most once per second, and the loop backs off
+// a little longer with every failure in a row (never near the capture time-out, so a stop
+// still ends the run promptly).
+class CxRepeatedFailure
+{
+public:
+    CxRepeatedFailure(int line, const char* prefix, const char* text)
+        : m_line(line), m_prefix(prefix), m_text(text)
+    {
+    }
+
+    void failed(const std::atomic<bool>& stopRequested)
+    {
+        ++m_unreported;
+        if (!m_reportedOnce || m_sinceReport.elapsed() >= 1000) {
+            logCritical(
+                kSource, m_line, m_prefix,
+                m_reportedOnce
+                    ? QStringLiteral("%1 (%2 more times)").arg(QLatin1String(m_text)).arg(m_unreported)
+                    : QLatin1String(m_text));
+            m_reportedOnce = true;
+            m_unreported = 0;
+            m_sinceReport.start();
+        }
+        m_backOffMs = std::min(m_backOffMs == 0 ? 1 : m_backOffMs * 2, kMaxBackOffMs);
+        for (int slept = 0; slept < m_backOffMs && !stopRequested; slept += 5)
+            QThread::msleep(std::min(5, m_backOffMs - slept));
+    }
+    void succeeded() { m_backOffMs = 0; }
+
+private:
+    static constexpr int kMaxBackOffMs = 100;
+    int m_line;
+    const char* m_prefix;
+    const char* m_text;
+    bool m_reportedOnce = false;
+    quint64 m_unreported = 0;
+    int m_backOffMs = 0;
+    QElapsedTimer m_sinceReport;
+};
+
+// Images a run cannot sample: reported once when the first comes, with the count at the end.
+class CxSkippedImages
+{
+public:
+    explicit CxSkippedImages(const char* prefix) : m_prefix(prefix) {}
+    ~CxSkippedImages()
+    {
+        if (m_count > 1)
+            logCritical(kSource, kLineThroughputLoop, m_prefix,
+                        QStringLiteral("%1 images skipped in this run").arg(m_count));
+    }
+    void skipped(const QString& why)
+    {
+        if (m_count++ == 0)
+            logCritical(kSource, kLineThroughputLoop, m_prefix, why);
+    }
+
+private:
+    const char* m_prefix;
+    quint64 m_count = 0;
+};
+
 bool getParam(KSCORE_HANDLE hCam, const char* name, int& value)
 {
     return ksApi_GetParamInt(hCam, name, value, nullptr);
@@ -190,6 +258,15 @@ CxCameraLineData::CxCameraLineData()
 
 CxCameraLineData::~CxCameraLineData()
 {
+    // The worker has no event loop, so only the stop flag ends it: owners stop a run before
+    // they delete its line (the panel always does). Should one not, stopping here restores
+    // the camera, where waiting would hang for ever.
+    Q_ASSERT_X(!measurementRunning, "~CxCameraLineData", "delete a camera line only after stopMeasurement()");
+    if (measurementRunning) {
+        logCritical(kSource, kLineDeletedWhileRunning, kLifetimePrefix,
+                    QStringLiteral("deleted while measuring; the measurement is stopped first"));
+        stopMeasurement();
+    }
     if (acquisitionThread) {
         acquisitionThread->quit();
         acquisitionThread->wait();
@@ -201,6 +278,13 @@ CxCameraLineData::~CxCameraLineData()
 
 void CxCameraLineData::clearData()
 {
+    // The worker appends to the stores without asking: they are cleared between runs only.
+    Q_ASSERT_X(!measurementRunning, "CxCameraLineData::clearData", "clear a camera line only between runs");
+    if (measurementRunning) {
+        logCritical(kSource, kLineClearedWhileRunning, kLifetimePrefix,
+                    QStringLiteral("clearData() refused while measuring"));
+        return;
+    }
     qDeleteAll(frames);
     frames.clear();
     qDeleteAll(counterSamples);
@@ -474,14 +558,11 @@ void CxCameraLineData::addFrameTime(double microseconds)
         frameTimeMin = microseconds;
 }
 
-bool CxCameraLineData::captureImage(KS_IMG* image, int logLine, const char* logPrefix)
+bool CxCameraLineData::captureImage(KS_IMG* image)
 {
     std::memset(image, 0, sizeof(KS_IMG));
     image->size = sizeof(KS_IMG);
-    if (ksApi_GetImage(hCam, kCaptureTimeoutMs, image, nullptr, true) && image->data)
-        return true;
-    logCritical(kSource, logLine, logPrefix, QStringLiteral("ksApi_GetImage failed to capture image"));
-    return false;
+    return ksApi_GetImage(hCam, kCaptureTimeoutMs, image, nullptr, true) && image->data;
 }
 
 void CxCameraLineData::runMeasureLoopThrougput()
@@ -491,25 +572,31 @@ void CxCameraLineData::runMeasureLoopThrougput()
     if (stopRequested)
         return;
     const quint32 stride = samplePeriod / 8;
+    CxRepeatedFailure captureFailure(kLineThroughputLoop, kThroughputLoopPrefix,
+                                     "ksApi_GetImage failed to capture image");
+    CxSkippedImages skipped(kThroughputLoopPrefix);
     do {
         KS_IMG image;
-        if (!captureImage(&image, kLineThroughputLoop, kThroughputLoopPrefix))
+        if (!captureImage(&image)) {
+            captureFailure.failed(stopRequested);
             continue;
+        }
+        captureFailure.succeeded();
         if (stride == 0) {
-            logCritical(kSource, kLineThroughputLoop, kThroughputLoopPrefix,
-                        QStringLiteral("Sample period of %1 bytes is shorter than one sample; image skipped")
-                            .arg(samplePeriod));
+            skipped.skipped(
+                QStringLiteral("Sample period of %1 bytes is shorter than one sample; image skipped")
+                    .arg(samplePeriod));
             continue;
         }
         // Pixels of 2 bytes, in 32-bit arithmetic as the camera reports the size.
         const quint32 words = quint32(image.width * image.height * 2u) / 8u;
         const quint64 sampleCount = words / stride;
         if (sampleCount == 0) {
-            logCritical(kSource, kLineThroughputLoop, kThroughputLoopPrefix,
-                        QStringLiteral("Image of %1 x %2 pixels holds no sample of %3 bytes; image skipped")
-                            .arg(image.width)
-                            .arg(image.height)
-                            .arg(samplePeriod));
+            skipped.skipped(
+                QStringLiteral("Image of %1 x %2 pixels holds no sample of %3 bytes; image skipped")
+                    .arg(image.width)
+                    .arg(image.height)
+                    .arg(samplePeriod));
             continue;
         }
         auto* frame = new CxFrameData;
@@ -553,10 +640,15 @@ void CxCameraLineData::runMeasureLoopAcquisition()
     if (stopRequested)
         return;
     qint64 previousTimestamp = 0;
+    CxRepeatedFailure captureFailure(kLineAcquisitionLoop, kAcquisitionLoopPrefix,
+                                     "ksApi_GetImage failed to capture image");
     do {
         KS_IMG image;
-        if (!captureImage(&image, kLineAcquisitionLoop, kAcquisitionLoopPrefix))
+        if (!captureImage(&image)) {
+            captureFailure.failed(stopRequested);
             continue;
+        }
+        captureFailure.succeeded();
         const qint64 timestamp =
             qint64(image.timestampSec) * 1000000 + qint64(image.timestampUsec) + reference;
         ReadCounterValues();
@@ -717,7 +809,8 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
         return false;
     };
     QMutexLocker lock(&dataMutex);
-    if (frames.isEmpty())
+    // Throughput frames kept from before a switch to the acquisition mode are not drawn.
+    if (frames.isEmpty() || measureMode != MeasureModeDataThroughput)
         return false;
     frames.detach();
     if (!AllocateBuffers(unsigned(frames.first()->sampleCount - 1)))

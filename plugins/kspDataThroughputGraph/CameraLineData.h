@@ -194,7 +194,7 @@ private:
     void releaseWorkArrays();
     void resetFrameTimes();
     void addFrameTime(double microseconds);
-    bool captureImage(KS_IMG* image, int logLine, const char* logPrefix);
+    bool captureImage(KS_IMG* image);
     // True when no point of the graph can fall inside the frame, so that its summary serves.
     bool wholeFrameInOneBin(CxFrameData* frame, const QCPRange* timeRange, long long start, long long end,
                             double lastX, double minGap);

@@ -1399,6 +1399,10 @@ void CxDataGraphForm::onComboboxFormatChangedExt(KSCORE_HANDLE hCam)
 
 void CxDataGraphForm::on_btnSetup_clicked()
 {
+    // The button is disabled while anything measures; a setup then would clear stores that
+    // workers are filling.
+    if (anyMeasurementRunning())
+        return;
     const int previousMode = measureMode;
     const int previousPeriod = samplePeriod;
     int result = QDialog::Rejected;
@@ -1408,7 +1412,6 @@ void CxDataGraphForm::on_btnSetup_clicked()
     }
     if (result != QDialog::Accepted)
         return;
-    // The dialog is reachable only while nothing measures, so no worker uses the stores.
     if (samplePeriod != previousPeriod)
         for (CxCameraLineData* line : std::as_const(cameraLines))
             line->clearData();
