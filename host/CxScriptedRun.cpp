@@ -43,9 +43,9 @@ enum : int
 
 // Answers the modal dialogs that open until `answer` says it is done with one; polls, so
 // that dialogs opened inside nested event loops are caught too.
-void answerModal(std::function<bool(QWidget*)> answer)
+void answerModal(QObject* owner, std::function<bool(QWidget*)> answer)
 {
-    auto* timer = new QTimer;
+    auto* timer = new QTimer(owner); // an answer never needed goes with the run
     auto tries = std::make_shared<int>(3000);
     QObject::connect(timer, &QTimer::timeout, [timer, answer, tries]() {
         QWidget* modal = QApplication::activeModalWidget();
@@ -124,7 +124,7 @@ void CxScriptedRun::start()
     }
     if (m_options.acquisitionMode) {
         const int mode = 1;
-        answerModal([mode](QWidget* modal) {
+        answerModal(this, [mode](QWidget* modal) {
             auto* dialog = qobject_cast<QDialog*>(modal);
             auto* combo = dialog ? dialog->findChild<QComboBox*>(QStringLiteral("measureMode")) : nullptr;
             if (!combo)
@@ -135,7 +135,7 @@ void CxScriptedRun::start()
         });
         clickPanelButton("btnSetup");
     }
-    answerModal(acknowledge);
+    answerModal(this, acknowledge);
     if (!clickPanelButton("btnStartAll")) {
         fail(QStringLiteral("\"Start All\" could not be pressed"));
         return;
@@ -226,7 +226,7 @@ void CxScriptedRun::exportCsvReports()
         QString fileName = name->text();
         fileName.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
         const QString path = QDir(m_options.outDir).absoluteFilePath(fileName + QStringLiteral(".csv"));
-        answerModal([path](QWidget* modal) {
+        answerModal(this, [path](QWidget* modal) {
             if (acknowledge(modal))
                 return true;
             auto* dialog = qobject_cast<QFileDialog*>(modal);

@@ -447,7 +447,6 @@ void TestSeries::nullGraphsAndRangeRefreshOnlyTheStatistics()
     // Throughput frames left from before a switch to the acquisition mode: no work arrays
     // exist in that mode, and nothing is drawn.
     line.measureMode = MeasureModeStandardAcquisition;
-    line.speedsBuffer = nullptr;
     QVERIFY(!line.calculateGraphsThrougput(m_min, m_level, &range, kT0 - 100, kT0 + 2000, 0.0));
 }
 
