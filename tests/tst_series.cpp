@@ -675,6 +675,24 @@ void TestSeries::csvWritesNothingInAcquisitionModeOrForAnUnopenableFile()
                           kT0 + 2000);
     for (QWidget* widget : QApplication::topLevelWidgets())
         QVERIFY(!qobject_cast<QMessageBox*>(widget) || !widget->isVisible());
+
+    // A full disk cuts the report short: logged, and shown where there is a window.
+    CxCriticalLog log;
+    line.exportDataToFile(QStringLiteral("/dev/full"), nullptr, kT0 - 100, kT0 + 2000);
+    QVERIFY(log.contains(741, QStringLiteral("/dev/full")));
+    QWidget window;
+    QString shown;
+    QTimer answer;
+    connect(&answer, &QTimer::timeout, [&shown]() {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            shown = box->text();
+            box->done(QMessageBox::Ok);
+        }
+    });
+    answer.start(10);
+    line.exportDataToFile(m_dir.filePath(QStringLiteral("no/such/dir/x.csv")), &window, kT0 - 100,
+                          kT0 + 2000);
+    QVERIFY2(shown.startsWith(QStringLiteral("The report could not be written to ")), qPrintable(shown));
 }
 
 void TestSeries::csvInfiniteSpeedAndNotANumberFill()

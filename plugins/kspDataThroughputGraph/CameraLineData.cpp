@@ -3,8 +3,10 @@
 #include "PluginLog.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QMessageBox>
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QTextStream>
@@ -30,6 +32,7 @@ const char* const kAcquisitionLoopPrefix = "CxCameraLineData::runMeasureLoopAcqu
 const char* const kThreadPrefix = "CxAcquisitionThread::run(): %1";
 const char* const kGraphsPrefix = "CxCameraLineData::calculateGraphsThrougput(): %1";
 const char* const kLifetimePrefix = "CxCameraLineData: %1";
+const char* const kExportPrefix = "CxCameraLineData::exportDataToFile(): %1";
 
 // Log line numbers are fixed so that log lines stay comparable across builds.
 enum : int
@@ -44,6 +47,7 @@ enum : int
     kLineThroughputLoop = 526,
     kLineAcquisitionLoop = 612,
     kLineGraphsThroughput = 683,
+    kLineExport = 741,
 };
 
 constexpr unsigned int kCaptureTimeoutMs = 5000;
@@ -135,10 +139,12 @@ public:
     }
     void flush()
     {
-        if (!m_buffer.empty())
-            m_device->write(m_buffer.data(), qint64(m_buffer.size()));
+        // After a failed write (a full disk) nothing more is tried.
+        if (!m_buffer.empty() && !m_failed)
+            m_failed = m_device->write(m_buffer.data(), qint64(m_buffer.size())) != qint64(m_buffer.size());
         m_buffer.clear();
     }
+    bool failed() const { return m_failed; }
 
 private:
     static constexpr size_t kBlock = 1 << 20;
@@ -155,7 +161,20 @@ private:
 
     QIODevice* m_device;
     std::string m_buffer;
+    bool m_failed = false;
 };
+
+// A report that could not be written is logged; with a window to show it on, the user is
+// told too, since a missing or cut-off file would otherwise go unnoticed.
+void reportExportFailure(QWidget* parent, const QString& fileName, const QString& error)
+{
+    logCritical(kSource, kLineExport, kExportPrefix, QStringLiteral("%1: %2").arg(fileName, error));
+    if (parent)
+        QMessageBox::critical(
+            parent, QCoreApplication::translate("CxCameraLineData", "Export Measured Data"),
+            QCoreApplication::translate("CxCameraLineData", "The report could not be written to %1:\n%2")
+                .arg(QDir::toNativeSeparators(fileName), error));
+}
 
 // A failure that repeats at the pace of a capture loop: a camera stopped under the run,
 // disconnected or answering without data fails at once, again and again. The first failure
@@ -1023,8 +1042,10 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
     QCoreApplication::processEvents(QEventLoop::AllEvents, 1000);
 
     QFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        reportExportFailure(parent, fileName, file.errorString());
         return;
+    }
 
     QMutexLocker lock(&dataMutex);
     // Rows are formatted into a buffer by hand and written in large blocks: the export holds
@@ -1081,7 +1102,12 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
             break;
     }
     out.flush();
+    const bool written = !out.failed() && file.flush();
+    const QString error = file.errorString();
     file.close();
+    lock.unlock();
+    if (!written)
+        reportExportFailure(parent, fileName, error);
 }
 
 // ---------------------------------------------------------------------------------------
