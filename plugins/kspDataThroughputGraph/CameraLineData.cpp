@@ -61,6 +61,23 @@ qint64 wallClockReference()
     return now.isValid() ? qint64(now.msecsSinceStartOfDay()) * 1000 : 0;
 }
 
+// The camera's buffer after one more sample: it gains `delta` bytes (loses, when negative),
+// clamped at empty and at full. Returns the fill level in percent.
+inline double modelBufferLevel(double& fill, double delta, double size, bool& overflow)
+{
+    fill += delta;
+    if (fill < 0.0) {
+        fill = 0.0;
+        return 0.0;
+    }
+    if (fill > size) {
+        fill = size;
+        overflow = true;
+        return 100.0;
+    }
+    return fill / size * 100.0;
+}
+
 // QString::number rounds an exact tie at the sixth significant digit away from zero;
 // std::to_chars rounds it to even. A tie is a value whose exact decimal has seven
 // significant digits ending in 5: such a value moves one step away from zero first.
@@ -764,18 +781,7 @@ CxCameraLineData::CxFrameData::summarise(unsigned int period, qint32 required, q
             result.minSpeed = speed;
         if (speed > 0.0 && speed < result.minPositiveSpeed)
             result.minPositiveSpeed = speed;
-        fill += dtUs * (requiredRate - speed);
-        double level;
-        if (fill < 0.0) {
-            fill = 0.0;
-            level = 0.0;
-        } else if (fill > size) {
-            fill = size;
-            result.overflow = true;
-            level = 100.0;
-        } else {
-            level = fill / size * 100.0;
-        }
+        const double level = modelBufferLevel(fill, dtUs * (requiredRate - speed), size, result.overflow);
         if (level != level)
             result.plain = false;
         result.maxLevel = std::max(level, result.maxLevel);
@@ -892,18 +898,7 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
                 const double rel = relativeTime(frame->timestamp, end, offset);
                 if (speed < minThroughput)
                     minThroughput = speed;
-                fill += dtUs * (required - speed);
-                double level;
-                if (fill < 0.0) {
-                    fill = 0.0;
-                    level = 0.0;
-                } else if (fill > bufferSize) {
-                    fill = bufferSize;
-                    overflow = true;
-                    level = 100.0;
-                } else {
-                    level = fill / bufferSize * 100.0;
-                }
+                const double level = modelBufferLevel(fill, dtUs * (required - speed), bufferSize, overflow);
                 if (overflow)
                     binMax = 100.0;
                 binMax = std::max(level, binMax);
