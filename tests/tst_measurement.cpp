@@ -174,6 +174,11 @@ void TestMeasurement::throughputStoreKeepsCapacityPlusOneFrame()
     QCOMPARE(storedFrames(line.get()), 5860); // 3000000 / 512 = 5859, plus one
     // Oldest dropped first: the store ends with the newest frames in order.
     QCOMPARE(line->frames.last()->frameNumber - line->frames.first()->frameNumber, 5859u);
+
+    // A negative capacity (a hand-edited setting) keeps just the newest frame.
+    QVERIFY(line->startMeasurement(4096, -1000000));
+    QVERIFY(runUntilDelivered(line.get(), sim(hCam)->capturesDelivered() + 20));
+    QCOMPARE(storedFrames(line.get()), 1);
 }
 
 void TestMeasurement::acquisitionStoreKeepsCapacityPlusOneRecord()
@@ -473,8 +478,20 @@ void TestMeasurement::acquisitionRecordsTheCountersTheCameraDrives()
     QCOMPARE(line->GetCounterValue(KS_CNT_TRANSFERRED), records);
     for (int i = 1; i < records; ++i)
         QVERIFY(line->counterSamples[i]->transportSkip >= line->counterSamples[i - 1]->transportSkip);
-    // The first frame of the run only sets the reference.
+    // The first frame of the run only sets the reference; the mean is that of the intervals.
     QCOMPARE(line->frameTimeCount, quint64(records - 1));
+    const double interval =
+        double(line->counterSamples.last()->timestamp - line->counterSamples.first()->timestamp) /
+        double(records - 1);
+    QVERIFY2(qAbs(line->frameTimeAvg - interval) < 1e-6 * interval,
+             qPrintable(QStringLiteral("%1 against %2").arg(line->frameTimeAvg).arg(interval)));
+
+    // A counter read that fails keeps the last good value instead of a 0.
+    const int transferred = line->GetCounterValue(KS_CNT_TRANSFERRED);
+    sim(hCam)->refuseParam(QStringLiteral("counter_value"), ExParamOp::Get);
+    QVERIFY(line->startMeasurement(4096, 100000));
+    QVERIFY(runUntilDelivered(line.get(), sim(hCam)->capturesDelivered() + 20));
+    QCOMPARE(line->GetCounterValue(KS_CNT_TRANSFERRED), transferred);
     QVERIFY(line->frameTimeAvg > 5000.0); // the link needs 10.5 ms a frame
 }
 
