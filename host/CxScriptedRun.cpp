@@ -123,13 +123,12 @@ void CxScriptedRun::start()
         return;
     }
     if (m_options.acquisitionMode) {
-        const int mode = 1;
-        answerModal(this, [mode](QWidget* modal) {
+        answerModal(this, [](QWidget* modal) {
             auto* dialog = qobject_cast<QDialog*>(modal);
             auto* combo = dialog ? dialog->findChild<QComboBox*>(QStringLiteral("measureMode")) : nullptr;
             if (!combo)
                 return false;
-            combo->setCurrentIndex(mode);
+            combo->setCurrentIndex(1); // "Standard Sensor Acquisition"
             dialog->accept();
             return true;
         });

@@ -61,6 +61,22 @@ qint64 wallClockReference()
     return now.isValid() ? qint64(now.msecsSinceStartOfDay()) * 1000 : 0;
 }
 
+// Sample i of a frame against sample i - 1: the link time between them, the speed, and the
+// offset from the frame's first sample. Every consumer (frame speeds, frame summaries, the
+// graph walk) uses these same expressions, so that their results agree bit for bit.
+struct SxSampleStep
+{
+    double dtUs;
+    double speed;
+    quint64 offset;
+};
+
+inline SxSampleStep sampleStep(const quint64* samples, quint64 i, double bytes)
+{
+    const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
+    return {dtUs, bytes / dtUs, (samples[i] - samples[0]) / 250u};
+}
+
 // The camera's buffer after one more sample: it gains `delta` bytes (loses, when negative),
 // clamped at empty and at full. Returns the fill level in percent.
 inline double modelBufferLevel(double& fill, double delta, double size, bool& overflow)
@@ -126,13 +142,7 @@ public:
         if (m_buffer.size() >= kBlock)
             flush();
     }
-    void unsignedNumber(quint64 value, char separator = 0)
-    {
-        char digits[24];
-        const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
-        put(separator, digits, end);
-    }
-    void signedNumber(qint64 value, char separator = 0)
+    template <typename Integer> void integer(Integer value, char separator = 0)
     {
         char digits[24];
         const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
@@ -717,29 +727,15 @@ unsigned int CxCameraLineData::CxFrameData::calculateFrameSpeeds(unsigned int pe
 {
     if (!samples || sampleCount <= 1)
         return 0;
-    const quint64 first = samples[0];
     const double bytes = double(period);
-    if (speeds && bufferDeltas && offsets) {
-        // The graph refresh walks every visible sample while the worker waits for the
-        // mutex: keep this loop free of branches.
-        for (quint64 i = 1; i < sampleCount; ++i) {
-            const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
-            const double speed = bytes / dtUs;
-            speeds[i - 1] = speed;
-            bufferDeltas[i - 1] = dtUs * (required - speed);
-            offsets[i - 1] = (samples[i] - first) / 250u;
-        }
-    } else {
-        for (quint64 i = 1; i < sampleCount; ++i) {
-            const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
-            const double speed = bytes / dtUs;
-            if (speeds)
-                speeds[i - 1] = speed;
-            if (bufferDeltas)
-                bufferDeltas[i - 1] = dtUs * (required - speed);
-            if (offsets)
-                offsets[i - 1] = (samples[i] - first) / 250u;
-        }
+    for (quint64 i = 1; i < sampleCount; ++i) {
+        const SxSampleStep step = sampleStep(samples, i, bytes);
+        if (speeds)
+            speeds[i - 1] = step.speed;
+        if (bufferDeltas)
+            bufferDeltas[i - 1] = step.dtUs * (required - step.speed);
+        if (offsets)
+            offsets[i - 1] = step.offset;
     }
     return unsigned(sampleCount - 1);
 }
@@ -760,18 +756,15 @@ CxCameraLineData::CxFrameData::summarise(unsigned int period, qint32 required, q
         summary = result;
         return summary;
     }
-    // The same expressions, in the same order, as calculateFrameSpeeds and the walk of
-    // calculateGraphsThrougput, so that the summary equals what the walk would find.
-    const quint64 first = samples[0];
+    // The walk's buffer model over the same steps, so that the summary equals what the walk
+    // of calculateGraphsThrougput would find.
     const double bytes = double(period);
     const double requiredRate = double(required);
     const double size = double(bufferSize);
     double fill = 0.0;
     quint64 previousOffset = 0;
     for (quint64 i = 1; i < sampleCount; ++i) {
-        const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
-        const double speed = bytes / dtUs;
-        const quint64 offset = (samples[i] - first) / 250u;
+        const auto [dtUs, speed, offset] = sampleStep(samples, i, bytes);
         if (i == 1)
             result.firstOffset = offset;
         else if (offset < previousOffset)
@@ -865,8 +858,8 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
     double speedSum = 0.0;
     for (; index < frames.size() && frames[index]->timestamp < upper; ++index) {
         CxFrameData* frame = frames[index];
-        // Frames of an earlier run may be larger than the first one; never write past the
-        // work arrays.
+        // The work arrays stay sized for the largest stored frame, as their owners expect of
+        // them, though the walk below no longer fills them.
         if (frame->sampleCount > bufferCapacity + 1 && !AllocateBuffers(unsigned(frame->sampleCount - 1)))
             return allocationFailed();
         bool overflow = false;
@@ -883,18 +876,13 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
                 binMin = whole.minPositiveSpeed;
             overflow = whole.overflow;
         } else if (frame->samples && frame->sampleCount > 1) {
-            // One pass over the samples with the expressions of calculateFrameSpeeds, so that
-            // nothing is written to memory and read back.
-            const quint64* samples = frame->samples;
-            const quint64 first = samples[0];
+            // One pass over the samples, so that nothing is written to memory and read back.
             const double bytes = double(samplePeriod);
             const double required = double(requiredThroughput);
             // The modelled buffer starts empty with every frame.
             double fill = 0.0;
             for (quint64 i = 1; i < frame->sampleCount; ++i) {
-                const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
-                const double speed = bytes / dtUs;
-                const quint64 offset = (samples[i] - first) / 250u;
+                const auto [dtUs, speed, offset] = sampleStep(frame->samples, i, bytes);
                 const double rel = relativeTime(frame->timestamp, end, offset);
                 if (speed < minThroughput)
                     minThroughput = speed;
@@ -1081,11 +1069,11 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
                     fill = 0.0;
                 else if (fill > bufferSize)
                     fill = bufferSize;
-                out.unsignedNumber(frame->frameNumber);
-                out.unsignedNumber(offsetUs, ',');
-                out.unsignedNumber(samplePeriod, ',');
-                out.unsignedNumber(samples[i] * 4u, ',');
-                out.signedNumber(requiredThroughput, ',');
+                out.integer(frame->frameNumber);
+                out.integer(offsetUs, ',');
+                out.integer(samplePeriod, ',');
+                out.integer(samples[i] * 4u, ',');
+                out.integer(requiredThroughput, ',');
                 out.number(speed, ',');
                 out.number(fill, ',');
                 out.number(100.0 * fill / bufferSize, ',');
