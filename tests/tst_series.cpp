@@ -252,6 +252,7 @@ private slots:
     void csvClosingTheDialogCancels();
     void csvWritesNothingInAcquisitionModeOrForAnUnopenableFile();
     void csvInfiniteSpeedAndNotANumberFill();
+    void csvNumbersAreWrittenAsQtWritesThem();
 
     // End to end
     void measuredDipShowsInTheMinimumSeries();
@@ -707,14 +708,32 @@ void TestSeries::csvInfiniteSpeedAndNotANumberFill()
     QCOMPARE(readFile(path), kHeader + "4,1,1000,1000,500,1000,0,0\n"
                                        "4,1,1000,1000,500,inf,nan,nan\n");
 
-    // 1024 bytes in 131072 ticks is 1.953125 MB/s, a tie at the sixth digit: it rounds up,
-    // as the report has always written it.
-    CxCameraLineData tie;
-    tie.samplePeriod = 1024;
-    tie.cameraBufferSize = 1000;
-    addFrame(tie, 5, kT0, {0, 131072});
-    tie.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 1000);
-    QCOMPARE(readFile(path), kHeader + "5,524,1024,524288,0,1.95313,0,0\n");
+}
+
+void TestSeries::csvNumbersAreWrittenAsQtWritesThem()
+{
+    // Values the fast rounding must hand to the exact path: ties at the sixth digit (which Qt
+    // rounds away from zero, to_chars to even) and their neighbours, carries into a new
+    // decade, both ends of the fixed notation, zeros, extremes, inf and nan.
+    std::vector<double> values = {1.953125, -1.953125, 1234565.0, 0.5, 2.5e-5, 999999.5, 9999995.0,
+                                  999999.4999999, 0.000099999951, 0.0001, 1e-5, 123456.0, 1e6,
+                                  0.0, -0.0, 5e-324, DBL_MAX, -DBL_MAX, 1e20, 1e-15,
+                                  HUGE_VAL, -HUGE_VAL, std::nan("")};
+    for (const double tie : {1.953125, 1234565.0, 999999.5, 9999995.0, 0.0001220703125})
+        for (const double neighbour : {std::nextafter(tie, 0.0), std::nextafter(tie, HUGE_VAL)})
+            values.push_back(neighbour);
+    std::mt19937_64 random(7);
+    std::uniform_real_distribution<double> exponent(-22.0, 24.0);
+    for (int i = 0; i < 200000; ++i)
+        values.push_back((i % 3 ? 1 : -1) * std::pow(10.0, exponent(random)));
+    // Speeds and levels as a measurement makes them: bytes over whole ticks.
+    for (quint64 ticks = 1; ticks < 20000; ++ticks)
+        values.push_back(4096.0 / (double(ticks) / 250.0));
+    for (const double value : values) {
+        char text[40];
+        const QByteArray written(text, int(formatReportNumber(value, text) - text));
+        QCOMPARE(written, QString::number(value, 'g', 6).toLatin1());
+    }
 }
 
 void TestSeries::measuredDipShowsInTheMinimumSeries()

@@ -36,6 +36,10 @@ enum MeasureMode : int
     MeasureModeStandardAcquisition = 1,
 };
 
+// Writes `value` as the CSV report holds it, byte for byte what QString::number(value, 'g', 6)
+// gives, into at least 32 chars at `out`; returns the end.
+char* formatReportNumber(double value, char* out);
+
 class CxCameraLineData
 {
 public:
