@@ -226,13 +226,24 @@ void memoryPerSample()
     while (camera->capturesDelivered() < 3 * framesPerStore)
         QThread::usleep(500);
     const qint64 turned = residentBytes();
+    // A refresh adds the frames' summaries, kept from then on.
+    {
+        QMutexLocker lock(&line->dataMutex);
+        const qint64 first = line->frames.first()->timestamp;
+        const qint64 last = line->frames.last()->timestamp;
+        lock.unlock();
+        line->calculateGraphsThrougput(nullptr, nullptr, nullptr, first, last, 0.0);
+    }
+    const qint64 summarised = residentBytes();
     line->stopMeasurement();
     qint64 samples = 0;
     for (const CxCameraLineData::CxFrameData* frame : std::as_const(line->frames))
         samples += qint64(frame->sampleCount);
-    figure("bytes_per_sample", double(turned - before) / double(samples), "B",
-           QStringLiteral("after turning over twice; %1 B when first full; %2 samples")
+    figure("bytes_per_sample", double(summarised - before) / double(samples), "B",
+           QStringLiteral("after turning over twice and a refresh; %1 B when first full, %2 B before the "
+                          "refresh; %3 samples")
                .arg(double(full - before) / double(samples), 0, 'f', 3)
+               .arg(double(turned - before) / double(samples), 0, 'f', 3)
                .arg(samples));
     delete line;
 

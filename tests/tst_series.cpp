@@ -198,7 +198,8 @@ void fillRoughStore(CxCameraLineData& line, quint32 seed)
     quint64 tick = 5000000000ull;
     for (quint32 f = 0; f < 600; ++f) {
         QVector<quint64> samples;
-        const int count = f == 77 ? 1 : 48;
+        // Every fifth frame is longer than a few summary chunks, with a short last chunk.
+        const int count = f == 77 ? 1 : f % 5 == 0 ? 3 * int(CxCameraLineData::CxFrameData::kChunkSteps) + 40 : 48;
         for (int i = 0; i < count; ++i) {
             samples << tick;
             const double rate = (f % 40 < 3 ? 150.0 : 400.0) * jitter(random);

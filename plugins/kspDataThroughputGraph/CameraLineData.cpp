@@ -426,6 +426,7 @@ bool setParam(KSCORE_HANDLE hCam, const char* name, int value)
 CxCameraLineData::CxFrameData::~CxFrameData()
 {
     delete[] samples;
+    delete[] chunks;
 }
 
 CxCameraLineData::CxCameraLineData()
@@ -901,6 +902,11 @@ CxCameraLineData::CxFrameData::summarise(unsigned int period, qint32 required, q
     const double bytes = double(period);
     const double requiredRate = double(required);
     const double size = double(bufferSize);
+    const quint64 steps = sampleCount - 1;
+    delete[] chunks;
+    chunks =
+        steps > kChunkSteps ? new (std::nothrow) SxChunk[(steps + kChunkSteps - 1) / kChunkSteps] : nullptr;
+    SxChunk chunk{DBL_MAX, DBL_MAX, 0.0, 0.0, false};
     double fill = 0.0;
     quint64 previousOffset = 0;
     for (quint64 i = 1; i < sampleCount; ++i) {
@@ -910,14 +916,28 @@ CxCameraLineData::CxFrameData::summarise(unsigned int period, qint32 required, q
         else if (offset < previousOffset)
             result.plain = false;
         previousOffset = offset;
-        if (speed < result.minSpeed)
-            result.minSpeed = speed;
-        if (speed > 0.0 && speed < result.minPositiveSpeed)
-            result.minPositiveSpeed = speed;
-        const double level = modelBufferLevel(fill, dtUs * (requiredRate - speed), size, result.overflow);
+        if (speed < chunk.minSpeed)
+            chunk.minSpeed = speed;
+        if (speed > 0.0 && speed < chunk.minPositiveSpeed)
+            chunk.minPositiveSpeed = speed;
+        const double level = modelBufferLevel(fill, dtUs * (requiredRate - speed), size, chunk.overflow);
         if (level != level)
             result.plain = false;
-        result.maxLevel = std::max(level, result.maxLevel);
+        chunk.maxLevel = std::max(level, chunk.maxLevel);
+        if (i % kChunkSteps == 0 || i == steps) {
+            chunk.fillAfter = fill;
+            if (chunks)
+                chunks[(i - 1) / kChunkSteps] = chunk;
+            result.minSpeed = std::min(chunk.minSpeed, result.minSpeed);
+            result.minPositiveSpeed = std::min(chunk.minPositiveSpeed, result.minPositiveSpeed);
+            result.maxLevel = std::max(chunk.maxLevel, result.maxLevel);
+            result.overflow = result.overflow || chunk.overflow;
+            chunk = SxChunk{DBL_MAX, DBL_MAX, 0.0, 0.0, false};
+        }
+    }
+    if (!result.plain) {
+        delete[] chunks;
+        chunks = nullptr;
     }
     result.lastOffset = previousOffset;
     summary = result;
@@ -933,6 +953,22 @@ double relativeTime(qint64 timestamp, long long end, quint64 offset)
     return double(qint32(quint32(quint64(timestamp)) - quint32(quint64(end)) + quint32(offset)));
 }
 
+// True when no point of the graph can fall on the samples at these offsets of a frame.
+bool noPointBetween(qint64 timestamp, quint64 firstOffset, quint64 lastOffset, const QCPRange* timeRange,
+                    long long start, long long end, double lastX, double minGap)
+{
+    // Statistics alone never depend on where points fall.
+    if (!timeRange)
+        return true;
+    if (timestamp + qint64(lastOffset) < start || timestamp + qint64(firstOffset) > end)
+        return true;
+    // Offsets only grow, so while the relative time does not wrap inside the span, its last
+    // sample is the one that would first reach the next point.
+    const double relFirst = relativeTime(timestamp, end, firstOffset);
+    const double relLast = relativeTime(timestamp, end, lastOffset);
+    return relFirst + double(lastOffset - firstOffset) == relLast && !(relLast - lastX > minGap);
+}
+
 } // namespace
 
 bool CxCameraLineData::wholeFrameInOneBin(CxFrameData* frame, const QCPRange* timeRange, long long start,
@@ -942,19 +978,8 @@ bool CxCameraLineData::wholeFrameInOneBin(CxFrameData* frame, const QCPRange* ti
         return false;
     const CxFrameData::SxSummary& whole =
         frame->summarise(samplePeriod, requiredThroughput, cameraBufferSize);
-    if (!whole.plain)
-        return false;
-    // Statistics alone never depend on where points fall.
-    if (!timeRange)
-        return true;
-    if (frame->timestamp + qint64(whole.lastOffset) < start ||
-        frame->timestamp + qint64(whole.firstOffset) > end)
-        return true;
-    // Offsets only grow, so while the relative time does not wrap inside the frame, its last
-    // sample is the one that would first reach the next point.
-    const double relFirst = relativeTime(frame->timestamp, end, whole.firstOffset);
-    const double relLast = relativeTime(frame->timestamp, end, whole.lastOffset);
-    return relFirst + double(whole.lastOffset - whole.firstOffset) == relLast && !(relLast - lastX > minGap);
+    return whole.plain && noPointBetween(frame->timestamp, whole.firstOffset, whole.lastOffset, timeRange,
+                                         start, end, lastX, minGap);
 }
 
 bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QCPGraph* bufferLevelGraph,
@@ -1021,8 +1046,35 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
             const double required = double(requiredThroughput);
             // The modelled buffer starts empty with every frame.
             double fill = 0.0;
-            for (quint64 i = 1; i < frame->sampleCount; ++i) {
-                const auto [dtUs, speed, offset] = sampleStep(frame->samples, i, bytes);
+            const quint64* samples = frame->samples;
+            const quint64 lastStep = frame->sampleCount - 1;
+            // The chunks must be those of this period, throughput and buffer size.
+            const CxFrameData::SxChunk* chunks =
+                frame->summarise(samplePeriod, requiredThroughput, cameraBufferSize).plain ? frame->chunks
+                                                                                           : nullptr;
+            for (quint64 i = 1; i <= lastStep; ++i) {
+                // A chunk that no point falls in is taken whole from its summary.
+                if (chunks && !firstSample && (i - 1) % CxFrameData::kChunkSteps == 0) {
+                    const quint64 last = std::min(lastStep, i - 1 + CxFrameData::kChunkSteps);
+                    if (noPointBetween(frame->timestamp, (samples[i] - samples[0]) / 250u,
+                                       (samples[last] - samples[0]) / 250u, timeRange, start, end, lastX,
+                                       minGap)) {
+                        const CxFrameData::SxChunk& chunk = chunks[(i - 1) / CxFrameData::kChunkSteps];
+                        if (chunk.minSpeed < minThroughput)
+                            minThroughput = chunk.minSpeed;
+                        overflow = overflow || chunk.overflow;
+                        if (overflow)
+                            binMax = 100.0;
+                        binMax = std::max(chunk.maxLevel, binMax);
+                        overallMax = std::max(binMax, overallMax);
+                        if (chunk.minPositiveSpeed < binMin)
+                            binMin = chunk.minPositiveSpeed;
+                        fill = chunk.fillAfter;
+                        i = last;
+                        continue;
+                    }
+                }
+                const auto [dtUs, speed, offset] = sampleStep(samples, i, bytes);
                 const double rel = relativeTime(frame->timestamp, end, offset);
                 if (speed < minThroughput)
                     minThroughput = speed;

@@ -60,9 +60,22 @@ public:
                                           double* speeds, double* bufferDeltas,
                                           unsigned long long* offsets) const;
 
+        // What a graph refresh needs of a run of kChunkSteps consecutive samples of a frame:
+        // a frame that a pixel boundary cuts is walked sample by sample only in the chunk
+        // the boundary falls in.
+        static constexpr quint64 kChunkSteps = 256;
+        struct SxChunk
+        {
+            double minSpeed;
+            double minPositiveSpeed;
+            double maxLevel;
+            double fillAfter; // the modelled buffer after the chunk's last sample
+            bool overflow;
+        };
+
         // What a graph refresh needs of the whole frame, for one sample period, required
         // throughput and buffer size. Stored frames never change, so it is worked out once
-        // and a refresh walks the samples only of frames that a pixel boundary cuts.
+        // and a refresh walks the samples only where a pixel boundary cuts a frame.
         struct SxSummary
         {
             bool valid = false;
@@ -88,6 +101,8 @@ public:
         quint64 sampleCount = 0;
         quint64 sampleSpan = 0; // last minus first sample, ticks of 4 ns
         SxSummary summary;
+        // Owned; one per kChunkSteps steps of a plain summary of a frame longer than that.
+        SxChunk* chunks = nullptr;
     };
 
     // One acquisition frame: the camera's counters when it arrived.
