@@ -72,10 +72,8 @@ private slots:
     void acquisitionSetupProbesCountersAndBufferPolicy();
     void acquisitionSetupFailure();
     void unknownModeIsRefused();
-    void transportSpeedIsReadAndSelectorsPutBack();
-    void transportSpeedKeptWhenUnitIsRefused();
-    void transportSpeedKeptWhenRegisterReadsZero();
-    void transportSpeedKeptWhenSelectorsCannotBeRead();
+    void transportSpeed_data();
+    void transportSpeed();
     void bufferSizeFallsBackWithoutSelector();
     void failureLogLineFormat();
 };
@@ -287,68 +285,76 @@ void TestPreparation::unknownModeIsRefused()
     QVERIFY(calls(hCam).isEmpty()); // neither setup nor restore touches the camera
 }
 
-void TestPreparation::transportSpeedIsReadAndSelectorsPutBack()
+void TestPreparation::transportSpeed_data()
 {
+    // Faults as "get NAME [COUNT]" (reads refused) or "set NAME VALUE [COUNT]" (writes of
+    // VALUE refused); COUNT -1 or left out: for good.
+    QTest::addColumn<double>("rate");
+    QTest::addColumn<QStringList>("faults");
+    QTest::addColumn<int>("required"); // 300 when the register was not read
+    QTest::addColumn<QStringList>("expectedCalls");
+    QTest::addColumn<QStringList>("expectedLog"); // "LINE text"
+    QTest::newRow("read, selectors put back") << 487.0 << QStringList() << 487
+                                              << QStringList{"get device_unit_selector",
+                                                             "get device_unit_register_selector",
+                                                             "set device_unit_selector 8",
+                                                             "set device_unit_register_selector 4096",
+                                                             "get device_unit_register_value",
+                                                             "set device_unit_selector 3",
+                                                             "set device_unit_register_selector 17"}
+                                              << QStringList();
+    QTest::newRow("unit refused") << 487.0 << QStringList{"set device_unit_selector 8"} << 300
+                                  << QStringList{"get device_unit_selector",
+                                                 "get device_unit_register_selector",
+                                                 "set device_unit_selector 8", "set device_unit_selector 3",
+                                                 "set device_unit_register_selector 17"}
+                                  << QStringList();
+    QTest::newRow("register reads zero") << 0.4 << QStringList() << 300 << QStringList() << QStringList();
+    QTest::newRow("register read refused")
+        << 487.0 << QStringList{"get device_unit_register_value"} << 300 << QStringList() << QStringList();
+    // The second selector is neither read after the failed first read nor written back
+    // after the failed first write.
+    QTest::newRow("selectors cannot be read")
+        << 487.0 << QStringList{"get device_unit_selector 1", "set device_unit_selector 0 1"} << 487
+        << QStringList{"get device_unit_selector", "set device_unit_selector 8",
+                       "set device_unit_register_selector 4096", "get device_unit_register_value",
+                       "set device_unit_selector 0"}
+        << QStringList{"305 Failed to read current device unit confiuration",
+                       "321 Failed to change back current device unit configuration"};
+}
+
+void TestPreparation::transportSpeed()
+{
+    QFETCH(double, rate);
+    QFETCH(QStringList, faults);
+    QFETCH(int, required);
+    QFETCH(QStringList, expectedCalls);
+    QFETCH(QStringList, expectedLog);
     CxSimCameraConfig config = camera("speed");
-    config.sensor.dataRateMBps = 487.0;
+    config.sensor.dataRateMBps = rate; // the register rounds below 0.5 to 0
     KSCORE_HANDLE hCam = open(config);
     QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 3));
     QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_selector", 17));
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    sim(hCam)->clearCallLog();
-    line->readDefaultAvgTransportSpeed();
-    QCOMPARE(line->requiredThroughput, 487);
-    QCOMPARE(calls(hCam), QStringList({"get device_unit_selector", "get device_unit_register_selector",
-                                       "set device_unit_selector 8", "set device_unit_register_selector 4096",
-                                       "get device_unit_register_value", "set device_unit_selector 3",
-                                       "set device_unit_register_selector 17"}));
-}
-
-void TestPreparation::transportSpeedKeptWhenUnitIsRefused()
-{
-    KSCORE_HANDLE hCam = open(camera("nospeed"));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    line->requiredThroughput = 123;
-    sim(hCam)->refuseParamValue(QStringLiteral("device_unit_selector"), 8);
-    sim(hCam)->clearCallLog();
-    line->readDefaultAvgTransportSpeed();
-    QCOMPARE(line->requiredThroughput, 123);
-    QCOMPARE(calls(hCam).mid(2), QStringList({"set device_unit_selector 8", "set device_unit_selector 0",
-                                              "set device_unit_register_selector 0"}));
-}
-
-void TestPreparation::transportSpeedKeptWhenRegisterReadsZero()
-{
-    CxSimCameraConfig config = camera("zerospeed");
-    config.sensor.dataRateMBps = 0.4; // the register rounds it to 0
-    KSCORE_HANDLE hCam = open(config);
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    line->requiredThroughput = 55;
-    line->readDefaultAvgTransportSpeed();
-    QCOMPARE(line->requiredThroughput, 55);
-    sim(hCam)->refuseParam(QStringLiteral("device_unit_register_value"), ExParamOp::Get);
-    line->readDefaultAvgTransportSpeed();
-    QCOMPARE(line->requiredThroughput, 55);
-}
-
-void TestPreparation::transportSpeedKeptWhenSelectorsCannotBeRead()
-{
-    KSCORE_HANDLE hCam = open(camera("noread"));
-    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 2));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    sim(hCam)->refuseParam(QStringLiteral("device_unit_selector"), ExParamOp::Get, 1);
-    sim(hCam)->refuseParamValue(QStringLiteral("device_unit_selector"), 0, 1);
+    line->requiredThroughput = 300;
+    for (const QString& fault : std::as_const(faults)) {
+        const QStringList words = fault.split(' ');
+        if (words[0] == QLatin1String("get"))
+            sim(hCam)->refuseParam(words[1], ExParamOp::Get, words.value(2, QStringLiteral("-1")).toInt());
+        else
+            sim(hCam)->refuseParamValue(words[1], words[2].toInt(),
+                                        words.value(3, QStringLiteral("-1")).toInt());
+    }
     CxCriticalLog log;
     sim(hCam)->clearCallLog();
     line->readDefaultAvgTransportSpeed();
-    QCOMPARE(line->requiredThroughput, 300);
-    QVERIFY(log.contains(305, QStringLiteral("Failed to read current device unit confiuration")));
-    QVERIFY(log.contains(321, QStringLiteral("Failed to change back current device unit configuration")));
-    // The second selector is neither read after the failed first read nor written back
-    // after the failed first write.
-    QCOMPARE(calls(hCam), QStringList({"get device_unit_selector", "set device_unit_selector 8",
-                                       "set device_unit_register_selector 4096",
-                                       "get device_unit_register_value", "set device_unit_selector 0"}));
+    QCOMPARE(line->requiredThroughput, required);
+    if (!expectedCalls.isEmpty())
+        QCOMPARE(calls(hCam), expectedCalls);
+    QCOMPARE(log.messages().size(), expectedLog.size());
+    for (const QString& entry : std::as_const(expectedLog))
+        QVERIFY2(log.contains(entry.section(' ', 0, 0).toInt(), entry.section(' ', 1)),
+                 qPrintable(log.messages().join('\n')));
 }
 
 void TestPreparation::bufferSizeFallsBackWithoutSelector()
