@@ -4,8 +4,10 @@
 #include "CameraLineData.h"
 #include "SimTestSupport.h"
 
+#include <QMap>
 #include <QStringList>
 #include <QtGlobal>
+#include <climits>
 
 namespace enginetest {
 
@@ -62,6 +64,60 @@ private:
 inline QStringList calls(KSCORE_HANDLE hCam)
 {
     return simtest::sim(hCam)->callLogText();
+}
+
+// Every value of the camera's parameter model, with the two selector-addressed cells a run
+// writes: the frame-buffer mode and the device register. Those are read with their selectors
+// set and the selectors put back; take it while the camera is idle and without faults.
+inline QMap<QString, int> parameterSnapshot(KSCORE_HANDLE hCam)
+{
+    CxSimCamera* camera = simtest::sim(hCam);
+    QMap<QString, int> values;
+    const QStringList names = camera->parameterNames();
+    for (const QString& name : names)
+        values.insert(name, camera->parameterValue(name));
+    auto cell = [&](const QString& key, const QList<QPair<QString, int>>& selectors,
+                    const QString& valueName) {
+        for (const auto& [selector, value] : selectors)
+            camera->hostSetParam(selector, value);
+        int value = 0;
+        values.insert(key, camera->hostGetParam(valueName, value) ? value : INT_MIN);
+        for (const auto& [selector, value] : selectors)
+            camera->hostSetParam(selector, values.value(selector));
+    };
+    if (names.contains(QStringLiteral("dp_unit_selector")))
+        cell(QStringLiteral("frame buffer mode"),
+             {{QStringLiteral("dp_unit_selector"), 1},
+              {QStringLiteral("dp_proc_selector"), 5},
+              {QStringLiteral("dp_param_selector"), 6}},
+             QStringLiteral("dp_param_value"));
+    cell(QStringLiteral("device register 1/55"),
+         {{QStringLiteral("device_unit_selector"), 1}, {QStringLiteral("device_unit_register_selector"), 55}},
+         QStringLiteral("device_unit_register_value"));
+    return values;
+}
+
+// The names whose values differ between two snapshots.
+inline QStringList changedValues(const QMap<QString, int>& before, const QMap<QString, int>& after)
+{
+    QStringList changed;
+    for (auto it = before.cbegin(); it != before.cend(); ++it)
+        if (after.value(it.key(), INT_MIN + 1) != it.value())
+            changed << it.key();
+    return changed;
+}
+
+inline int storedFrames(CxCameraLineData* line)
+{
+    QMutexLocker lock(&line->dataMutex);
+    return line->frames.size();
+}
+
+// The time stamp of the newest stored frame, 0 without one.
+inline long long newestTimestamp(CxCameraLineData* line)
+{
+    QMutexLocker lock(&line->dataMutex);
+    return line->frames.isEmpty() ? 0 : line->frames.last()->timestamp;
 }
 
 // A line bound to a freshly opened unpaced camera.

@@ -14,12 +14,6 @@ using namespace simtest;
 
 namespace {
 
-int storedFrames(CxCameraLineData* line)
-{
-    QMutexLocker lock(&line->dataMutex);
-    return line->frames.size();
-}
-
 int storedRecords(CxCameraLineData* line)
 {
     QMutexLocker lock(&line->dataMutex);
