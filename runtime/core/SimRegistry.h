@@ -8,3 +8,6 @@
 #include <memory>
 
 std::shared_ptr<CxSimCamera> ksLookupCamera(KSCORE_HANDLE hCam);
+// A capture call on a camera that was closed while acquiring: its caller has done with the
+// last image it got, so the camera can go.
+void ksReleaseRetiredCamera(KSCORE_HANDLE hCam);

@@ -14,6 +14,9 @@ struct SxRegistry
     bool configured = false;
     QList<CxSimCameraConfig> cameras;
     QHash<KSCORE_HANDLE, std::shared_ptr<CxSimCamera>> open;
+    // Cameras closed while acquiring: a reader may still be reading the last image it got,
+    // so the camera and its buffers live on until that reader asks for its next image.
+    QHash<KSCORE_HANDLE, std::shared_ptr<CxSimCamera>> retired;
     quintptr nextHandle = 0x1000;
 };
 
@@ -103,14 +106,29 @@ KSCORE_HANDLE CxSimulation::open(const QString& id, QString* error)
 
 void CxSimulation::close(KSCORE_HANDLE hCam)
 {
+    SxRegistry& r = registry();
     std::shared_ptr<CxSimCamera> camera;
     {
-        SxRegistry& r = registry();
         QMutexLocker lock(&r.mutex);
         camera = r.open.take(hCam);
     }
-    if (camera)
-        camera->stopAcquisition();
+    if (!camera)
+        return;
+    const bool acquiring = camera->isAcquiring();
+    camera->stopAcquisition();
+    if (acquiring) {
+        QMutexLocker lock(&r.mutex);
+        r.retired.insert(hCam, camera);
+    }
+}
+
+void ksReleaseRetiredCamera(KSCORE_HANDLE hCam)
+{
+    std::shared_ptr<CxSimCamera> camera;
+    SxRegistry& r = registry();
+    QMutexLocker lock(&r.mutex);
+    camera = r.retired.take(hCam);
+    lock.unlock(); // the camera goes here, outside the registry's lock
 }
 
 std::shared_ptr<CxSimCamera> ksLookupCamera(KSCORE_HANDLE hCam)

@@ -43,7 +43,11 @@ bool ksApi_GetImage(KSCORE_HANDLE hCam, unsigned int timeoutMs, KS_IMG* image, i
                     bool releasePrevious)
 {
     std::shared_ptr<CxSimCamera> camera = cameraOrError(hCam, errorCode);
-    return camera && camera->getImage(timeoutMs, image, errorCode, releasePrevious);
+    if (!camera) {
+        ksReleaseRetiredCamera(hCam);
+        return false;
+    }
+    return camera->getImage(timeoutMs, image, errorCode, releasePrevious);
 }
 
 void ksCoreVersion(int& major, int& minor, int& build)

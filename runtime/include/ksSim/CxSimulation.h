@@ -32,7 +32,9 @@ public:
     // The simulated camera behind an open handle; null for unknown handles.
     static CxSimCamera* camera(KSCORE_HANDLE hCam);
 
-    // Used by CxCameraManager.
+    // Used by CxCameraManager. A camera closed while acquiring is stopped, and kept until
+    // its next capture call: the image its reader got last stays readable, as a driver's
+    // buffer would.
     static KSCORE_HANDLE open(const QString& id, QString* error);
     static void close(KSCORE_HANDLE hCam);
 };
