@@ -7,8 +7,9 @@ cd "$(dirname "$0")/.."
 source scripts/deps.sh xvfb xauth
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 cmake --build build -j"$(nproc)"
-# Serial on purpose: some tests measure real-time pacing.
-(cd build && QT_QPA_PLATFORM=offscreen ctest --output-on-failure)
+# Serial on purpose: some tests measure real-time pacing. The minute-long soak runs apart.
+(cd build && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -LE soak)
+(cd build && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -L soak --verbose | grep -E "QINFO|tests passed|FAIL")
 
 sanitize="-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS="$sanitize" \
@@ -18,7 +19,9 @@ cmake --build build-asan -j"$(nproc)" --target all
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0"
 export LSAN_OPTIONS="suppressions=$PWD/tests/sanitizers/lsan.supp"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
-(cd build-asan && QT_QPA_PLATFORM=offscreen ctest --output-on-failure)
+(cd build-asan && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -LE soak)
+# A shorter soak here: LeakSanitizer checks what a long run leaves behind.
+(cd build-asan && SOAK_SECONDS=20 QT_QPA_PLATFORM=offscreen ctest --output-on-failure -L soak)
 
 # ThreadSanitizer: the engine and panel tests, which are the ones with threads of ours.
 # On the "minimal" platform no window is ever exposed, so Qt's raster engine does not hand

@@ -4,6 +4,8 @@
 #include "CameraLineData.h"
 #include "SimTestSupport.h"
 
+#include <QDir>
+#include <QFile>
 #include <QMap>
 #include <QStringList>
 #include <QtGlobal>
@@ -105,6 +107,30 @@ inline QStringList changedValues(const QMap<QString, int>& before, const QMap<QS
         if (after.value(it.key(), INT_MIN + 1) != it.value())
             changed << it.key();
     return changed;
+}
+
+// The process's threads, without the idle workers Qt's global pool keeps for a while after
+// drawing (they are Qt's, not a worker of ours left behind).
+inline int threadCount()
+{
+    int count = 0;
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile name(tasks.filePath(task + QStringLiteral("/comm")));
+        if (name.open(QIODevice::ReadOnly) && !name.readAll().startsWith("Thread (pooled)"))
+            ++count;
+    }
+    return count;
+}
+
+// Resident memory of the process in bytes.
+inline qint64 residentBytes()
+{
+    QFile status(QStringLiteral("/proc/self/statm"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    const QList<QByteArray> fields = status.readAll().split(' ');
+    return fields.size() > 1 ? fields[1].toLongLong() * 4096 : 0;
 }
 
 inline int storedFrames(CxCameraLineData* line)

@@ -31,20 +31,6 @@ const QStringList kLeftByThroughput = {"device_unit_register_selector",
 // An acquisition run selects each counter in turn.
 const QStringList kLeftByAcquisition = {"counter_selector", "ts_rst_mode", "ts_rst_source"};
 
-// The process's threads, without the idle workers Qt's global pool keeps for a while after
-// drawing (they are Qt's, not a worker of ours left behind).
-int threadCount()
-{
-    int count = 0;
-    const QDir tasks(QStringLiteral("/proc/self/task"));
-    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile name(tasks.filePath(task + QStringLiteral("/comm")));
-        if (name.open(QIODevice::ReadOnly) && !name.readAll().startsWith("Thread (pooled)"))
-            ++count;
-    }
-    return count;
-}
-
 // The changes a run of `mode` may leave: none of the values it saves, only the selectors
 // (and `unsaved`, a value whose save read was refused: the restore then writes the value the
 // line saved before, 0 on a new line).

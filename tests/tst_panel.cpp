@@ -16,7 +16,9 @@
 #include <QSpinBox>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <memory>
 
+using namespace enginetest;
 using namespace paneltest;
 using namespace simtest;
 namespace Tp = ThroughputColumn;
@@ -45,7 +47,8 @@ template <typename T> T* cellWidgetChild(CxDataGraphForm* form, int row, int col
     return cell ? qobject_cast<T*>(cell->layout()->itemAt(index)->widget()) : nullptr;
 }
 
-int storedFrames(CxCameraLineData* line)
+// Frames or counter records, whichever the line's mode stores.
+int storedRecords(CxCameraLineData* line)
 {
     QMutexLocker lock(&line->dataMutex);
     return line->frames.size() + line->counterSamples.size();
@@ -92,11 +95,6 @@ void frameTheStore(CxDataGraphForm* form, CxCameraLineData* line)
     form->GetCameraPlot(line->hCam)->axis(QCPAxis::atBottom)->setRange(double(first - last) / 1e6, 0.0);
 }
 
-int threadCount()
-{
-    return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
-}
-
 } // namespace
 
 class TestPanel : public QObject
@@ -122,6 +120,8 @@ private slots:
     void settingsRoundTripThroughAnIniFile();
     void graphImageAndCsvExport();
     void measurementsStopBeforeTheirLinesGo();
+    void badSettingsNeverHurtARun_data();
+    void badSettingsNeverHurtARun();
 };
 
 void TestPanel::rowsCellsAndPlotsFollowTheHost()
@@ -246,7 +246,7 @@ void TestPanel::acquisitionLayoutShowsFormatAndCounters()
     buttonAt(&form, 0, Acq::colMeasure)->click();
     QCOMPARE(buttonAt(&form, 0, Acq::colMeasure)->text(), QStringLiteral("Stop"));
     CxCameraLineData* line = form.cameraLines.value(hCam);
-    QTRY_VERIFY_WITH_TIMEOUT(storedFrames(line) > 200, 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(storedRecords(line) > 200, 20000);
     buttonAt(&form, 0, Acq::colMeasure)->click();
     frameTheStore(&form, line);
 
@@ -278,7 +278,7 @@ void TestPanel::throughputRunFillsStatisticsAndSeries()
     QVERIFY2(form.findChildren<QMessageBox*>().isEmpty(), "the progress box is gone once the start is done");
 
     CxCameraLineData* line = form.cameraLines.value(hCam);
-    QTRY_VERIFY_WITH_TIMEOUT(storedFrames(line) > 50, 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(storedRecords(line) > 50, 20000);
     // Without "Live Graph" a tick refreshes the statistics and leaves the plot alone.
     child<QCheckBox>(&form, "checkBoxLiveGraph")->setChecked(false);
     QMetaObject::invokeMethod(&form, "timerSignal");
@@ -580,7 +580,7 @@ void TestPanel::graphImageAndCsvExport()
 
     form.maxSamples = 200000;
     buttonAt(&form, 0, Tp::colMeasure)->click();
-    QTRY_VERIFY_WITH_TIMEOUT(storedFrames(form.cameraLines.value(hCam)) > 20, 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(storedRecords(form.cameraLines.value(hCam)) > 20, 20000);
     buttonAt(&form, 0, Tp::colMeasure)->click();
     form.timeAxisLower = -1000.0;
     form.timeAxisUpper = 1000.0;
@@ -639,6 +639,53 @@ void TestPanel::measurementsStopBeforeTheirLinesGo()
         QCOMPARE(savedValues(cams[i]), before[i]);
     }
     QTRY_COMPARE_WITH_TIMEOUT(threadCount(), threadsBefore, 5000);
+}
+
+void TestPanel::badSettingsNeverHurtARun_data()
+{
+    QTest::addColumn<QVariant>("value"); // written into every key
+    QTest::newRow("text") << QVariant(QStringLiteral("fast"));
+    QTest::newRow("negative") << QVariant(-5);
+    QTest::newRow("zero") << QVariant(0);
+    QTest::newRow("huge") << QVariant(QStringLiteral("99999999999"));
+    QTest::newRow("largest int") << QVariant(2147483647);
+}
+
+void TestPanel::badSettingsNeverHurtARun()
+{
+    QFETCH(QVariant, value);
+    const int threadsBefore = threadCount();
+    const KSCORE_HANDLE hCam = openSmall(QStringLiteral("bad"));
+    const QMap<QString, int> before = savedValues(hCam);
+    QTemporaryDir dir;
+    QSettings settings(dir.filePath(QStringLiteral("host.ini")), QSettings::IniFormat);
+    for (const char* key :
+         {"DTGTSamplePeriod", "DTGTMaxSamples", "DTGTExportType", "DTGTMeasMode", "DTGTLiveGraph"})
+        settings.setValue(QLatin1String(key), value);
+    settings.sync();
+    auto log = std::make_unique<CxCriticalLog>();
+    auto* form = new CxDataGraphForm;
+    form->loadSettings(&settings);
+    child<QPushButton>(form, "btnStartAll")->click();
+    const int ticks = 5;
+    for (int tick = 0; tick < ticks; ++tick) {
+        QTest::qWait(60);
+        QMetaObject::invokeMethod(form, "updateGraph");
+    }
+    QStringList row;
+    for (int column = 0; column < table(form)->columnCount(); ++column)
+        row << cellText(form, 0, column);
+    delete form;
+    QVERIFY(!sim(hCam)->isAcquiring());
+    QCOMPARE(savedValues(hCam), before);
+    QTRY_COMPARE_WITH_TIMEOUT(threadCount(), threadsBefore, 5000);
+    // Whatever the settings, a run logs what is wrong once; an unknown mode is also logged on
+    // every refresh tick (once a second in use) until Setup picks a mode.
+    const QStringList messages = log->messages();
+    log.reset();
+    QVERIFY2(messages.size() <= 6 + ticks, qPrintable(messages.join('\n')));
+    qInfo("%s: row [%s], %d log lines", QTest::currentDataTag(), qPrintable(row.join(QStringLiteral(" | "))),
+          int(messages.size()));
 }
 
 QTEST_MAIN(TestPanel)
