@@ -153,16 +153,28 @@ void TestHost::badCommandLinesAreRefusedClearly_data()
     QTest::addColumn<QString>("message");
     static QTemporaryDir files; // outlives the rows that name it
     QTemporaryDir* dir = &files;
-    const QString notJson = dir->filePath(QStringLiteral("cams.json"));
-    QFile file(notJson);
-    file.open(QIODevice::WriteOnly);
-    file.write("{\"cameras\": [ {\"link\": ");
-    file.close();
+    auto cameraFile = [dir](const char* name, const QByteArray& text) {
+        QFile file(dir->filePath(QLatin1String(name)));
+        file.open(QIODevice::WriteOnly);
+        file.write(text);
+        return file.fileName();
+    };
 
     QTest::newRow("unknown option") << QStringList{"--bogus"} << "Unknown option 'bogus'";
     QTest::newRow("duration not a number") << QStringList{"--duration", "ten"} << "--duration: 'ten'";
     QTest::newRow("unknown mode") << QStringList{"--mode", "fast"} << "--mode: 'fast'";
-    QTest::newRow("truncated camera file") << QStringList{"--cameras", notJson} << "cams.json";
+    QTest::newRow("truncated camera file")
+        << QStringList{"--cameras", cameraFile("cams.json", "{\"cameras\": [ {\"link\": ")} << "cams.json";
+    QTest::newRow("camera file not JSON")
+        << QStringList{"--cameras", cameraFile("text.json", "hello, cameras")} << "text.json: not valid JSON";
+    QTest::newRow("camera file with a negative width")
+        << QStringList{"--cameras",
+                       cameraFile("width.json",
+                                  "{\"cameras\": [{\"id\": \"a\", \"sensor\": {\"width\": -5}}]}")}
+        << "cameras[0].sensor.width: must not be negative";
+    QTest::newRow("camera file of the wrong shape")
+        << QStringList{"--cameras", cameraFile("shape.json", "{\"cameras\": 7}")}
+        << "cameras: must be an array";
     QTest::newRow("missing camera file")
         << QStringList{"--cameras", "/nonexistent/cams.json"} << "/nonexistent/cams.json";
     // The program's own folder holds libraries that are no plug-ins: each is skipped with Qt's
