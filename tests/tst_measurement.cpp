@@ -56,7 +56,6 @@ private slots:
     void startIsRefusedWithoutCameraOrWhileRunning();
     void stopWhenIdleOrAlreadyStoppingIsRefused();
     void failedStartRestoresTheCamera();
-    void failedStopStillRestores();
     void workerWaitsForTheMutexAndGoesOn();
     void skippedImagesAreLoggedOnceAndCounted_data();
     void skippedImagesAreLoggedOnceAndCounted();
@@ -263,23 +262,6 @@ void TestMeasurement::failedStartRestoresTheCamera()
                           "set device_unit_register_value 1"}));
     QCOMPARE(all.last(), QStringLiteral("set dp_param_value 10"));
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
-}
-
-void TestMeasurement::failedStopStillRestores()
-{
-    KSCORE_HANDLE hCam = open(camera("nostop", 400.0, 256, 256));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    QVERIFY(line->startMeasurement(4096, 1000));
-    sim(hCam)->failStop(1);
-    CxCriticalLog log;
-    sim(hCam)->clearCallLog();
-    QVERIFY(line->stopMeasurement());
-    QVERIFY(!line->isMeasurementRunning());
-    QVERIFY(log.contains(
-        281, QStringLiteral("CxCameraLineData::stopMeasurement(): ksApi_StopAcquisition failed")));
-    QCOMPARE(calls(hCam).first(), QStringLiteral("stop"));
-    QCOMPARE(calls(hCam).last(), QStringLiteral("set dp_param_value 10"));
-    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("test_pattern")), 0);
 }
 
 void TestMeasurement::workerWaitsForTheMutexAndGoesOn()
