@@ -226,16 +226,17 @@ void TestFaults::startAndStopHammered()
     auto log = std::make_unique<CxCriticalLog>();
     QElapsedTimer timer;
     timer.start();
-    int cycles = 0;
-    for (; cycles < 600; ++cycles) {
-        line->measureMode = cycles % 3 == 2 ? MeasureModeStandardAcquisition : MeasureModeDataThroughput;
+    const int cycles = 600;
+    for (int cycle = 0; cycle < cycles; ++cycle) {
+        line->measureMode = cycle % 3 == 2 ? MeasureModeStandardAcquisition : MeasureModeDataThroughput;
         QVERIFY(line->startMeasurement(4096, 50000));
         // Sometimes at once, sometimes after the worker got going.
-        if (cycles % 4 == 1)
+        if (cycle % 4 == 1)
             QThread::usleep(500);
         QVERIFY(line->stopMeasurement());
         QVERIFY(!sim(hCam)->isAcquiring());
-        if (cycles % 100 == 0) {
+        // Every hundredth cycle, and after the last.
+        if (cycle % 100 == 0 || cycle == cycles - 1) {
             const QStringList changed = changedValues(before, parameterSnapshot(hCam));
             for (const QString& name : changed)
                 QVERIFY2(kLeftByThroughput.contains(name) || kLeftByAcquisition.contains(name),
@@ -245,9 +246,6 @@ void TestFaults::startAndStopHammered()
     QVERIFY(log->messages().isEmpty());
     log.reset();
     qInfo("%d start/stop cycles in %lld ms", cycles, timer.elapsed());
-    const QStringList changed = changedValues(before, parameterSnapshot(hCam));
-    for (const QString& name : changed)
-        QVERIFY2(kLeftByThroughput.contains(name) || kLeftByAcquisition.contains(name), qPrintable(name));
     QTRY_COMPARE_WITH_TIMEOUT(threadCount(), m_threads, 5000);
 }
 

@@ -1021,6 +1021,19 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
     double overallMax = 0.0;
     quint64 frameCount = 0;
     double speedSum = 0.0;
+    // Samples that no point falls in, taken from the summary of their frame or chunk: what the
+    // walk below would make of them one by one.
+    auto absorb = [&](const auto& run, bool& overflow) {
+        if (run.minSpeed < minThroughput)
+            minThroughput = run.minSpeed;
+        overflow = overflow || run.overflow;
+        if (overflow)
+            binMax = 100.0;
+        binMax = std::max(run.maxLevel, binMax);
+        overallMax = std::max(binMax, overallMax);
+        if (run.minPositiveSpeed < binMin)
+            binMin = run.minPositiveSpeed;
+    };
     for (; index < frames.size() && frames[index]->timestamp < upper; ++index) {
         CxFrameData* frame = frames[index];
         // The work arrays stay sized for the largest stored frame, as their owners expect of
@@ -1030,16 +1043,7 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
         bool overflow = false;
         if (!firstSample && wholeFrameInOneBin(frame, timeRange, start, end, lastX, minGap)) {
             // No point falls inside the frame: its summary stands for its samples.
-            const CxFrameData::SxSummary& whole = frame->summary;
-            if (whole.minSpeed < minThroughput)
-                minThroughput = whole.minSpeed;
-            if (whole.overflow)
-                binMax = 100.0;
-            binMax = std::max(whole.maxLevel, binMax);
-            overallMax = std::max(binMax, overallMax);
-            if (whole.minPositiveSpeed < binMin)
-                binMin = whole.minPositiveSpeed;
-            overflow = whole.overflow;
+            absorb(frame->summary, overflow);
         } else if (frame->samples && frame->sampleCount > 1) {
             // One pass over the samples, so that nothing is written to memory and read back.
             const double bytes = double(samplePeriod);
@@ -1060,15 +1064,7 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
                                        (samples[last] - samples[0]) / 250u, timeRange, start, end, lastX,
                                        minGap)) {
                         const CxFrameData::SxChunk& chunk = chunks[(i - 1) / CxFrameData::kChunkSteps];
-                        if (chunk.minSpeed < minThroughput)
-                            minThroughput = chunk.minSpeed;
-                        overflow = overflow || chunk.overflow;
-                        if (overflow)
-                            binMax = 100.0;
-                        binMax = std::max(chunk.maxLevel, binMax);
-                        overallMax = std::max(binMax, overallMax);
-                        if (chunk.minPositiveSpeed < binMin)
-                            binMin = chunk.minPositiveSpeed;
+                        absorb(chunk, overflow);
                         fill = chunk.fillAfter;
                         i = last;
                         continue;
