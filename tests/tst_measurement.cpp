@@ -59,8 +59,6 @@ private slots:
     void workerWaitsForTheMutexAndGoesOn();
     void skippedImagesAreLoggedOnceAndCounted_data();
     void skippedImagesAreLoggedOnceAndCounted();
-    void failingCapturesBackOffAndLogACount_data();
-    void failingCapturesBackOffAndLogACount();
     void lineDeletedOrClearedWhileMeasuringStaysSafe();
     void unknownModeInTheWorkerEndsAtOnce();
     void captureTimeoutsLeaveTheStoreAndLogOncePerTimeout();
@@ -223,7 +221,8 @@ void TestMeasurement::stopWhenIdleOrAlreadyStoppingIsRefused()
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
     QVERIFY(!line->stopMeasurement());
     QVERIFY(line->startMeasurement(4096, 1000));
-    // Atomic: QThread::wait synchronises inside Qt, where ThreadSanitizer cannot see it.
+    // Atomic: QThread::wait synchronises inside Qt, where ThreadSanitizer cannot see it, so
+    // reading the result before the delete is what orders the two threads for it.
     std::atomic<bool> secondResult{true};
     QThread* second = QThread::create([&] {
         while (!line->stopRequested)
@@ -235,8 +234,8 @@ void TestMeasurement::stopWhenIdleOrAlreadyStoppingIsRefused()
     timer.start();
     QVERIFY(line->stopMeasurement());
     QVERIFY(second->wait(10000));
-    delete second;
     QVERIFY(!secondResult);
+    delete second;
     QVERIFY(timer.elapsed() < 5000); // within the capture time-out
     QVERIFY(!line->stopMeasurement());
     QVERIFY(line->stopRequested); // stays set until the next start
@@ -309,41 +308,6 @@ void TestMeasurement::skippedImagesAreLoggedOnceAndCounted()
              qPrintable(log.messages().last()));
 }
 
-void TestMeasurement::failingCapturesBackOffAndLogACount_data()
-{
-    QTest::addColumn<int>("fault");
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<int>("logLine");
-    QTest::newRow("failing, throughput")
-        << int(ExCaptureFault::Fail) << int(MeasureModeDataThroughput) << 526;
-    QTest::newRow("no data, acquisition")
-        << int(ExCaptureFault::NoData) << int(MeasureModeStandardAcquisition) << 612;
-}
-
-void TestMeasurement::failingCapturesBackOffAndLogACount()
-{
-    QFETCH(int, fault);
-    QFETCH(int, mode);
-    QFETCH(int, logLine);
-    KSCORE_HANDLE hCam = open(camera("lost", 400.0, 256, 256));
-    sim(hCam)->failCaptures(ExCaptureFault(fault), -1, 0);
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureMode(mode)));
-    CxCriticalLog log;
-    QVERIFY(line->startMeasurement(4096, 1000));
-    QThread::msleep(1600);
-    QElapsedTimer stopping;
-    stopping.start();
-    QVERIFY(line->stopMeasurement());
-    QVERIFY2(stopping.elapsed() < 1000, "the back-off never delays a stop for long");
-    // A worker that retried at full speed made hundreds of thousands of calls and lines.
-    const int captures = sim(hCam)->callLogText(true).filter(QStringLiteral("image")).size();
-    QVERIFY2(captures >= 10 && captures <= 60, qPrintable(QString::number(captures)));
-    const QStringList lines = log.messages();
-    QVERIFY2(lines.size() >= 2 && lines.size() <= 3, qPrintable(lines.join(QLatin1Char('\n'))));
-    QVERIFY(log.contains(logLine, QStringLiteral("ksApi_GetImage failed to capture image")));
-    QVERIFY(lines[1].contains(QStringLiteral("more times)")));
-}
-
 void TestMeasurement::lineDeletedOrClearedWhileMeasuringStaysSafe()
 {
 #ifndef QT_NO_DEBUG
@@ -373,7 +337,7 @@ void TestMeasurement::unknownModeInTheWorkerEndsAtOnce()
     CxCriticalLog log;
     CxAcquisitionThread thread(&line, MeasureMode(7));
     thread.start();
-    QVERIFY(thread.wait(5000));
+    thread.join(); // a hang here is what the test guards against
     QVERIFY(log.messages().size() == 1);
     QVERIFY(log.messages().first().contains(QStringLiteral(
         "CameraLineData L 31 :  \"CxAcquisitionThread::run(): Unknown measurement mode selected\"")));

@@ -1,6 +1,5 @@
-// Camera preparation and restore: the exact camera calls of setup in both modes, of restore,
-// of setup failing at each of its steps, and of the two device-value readers, checked
-// against the simulated camera's call log.
+// Camera preparation and restore: the exact camera calls of setup in both modes, of restore
+// and of the two device-value readers, checked against the simulated camera's call log.
 
 #include "EngineTestSupport.h"
 
@@ -64,8 +63,6 @@ private slots:
 
     void throughputSetupWritesInOrder();
     void throughputRestoreWritesSavedValuesBack();
-    void setupFailureAtEachStepRestoresEverything_data();
-    void setupFailureAtEachStepRestoresEverything();
     void refusedBufferPolicyRestoresAllNineSavedValues();
     void frameBufferLeftAloneWhenSelectorsAreNotSettable();
     void deviceRegisterFlagNeedsAllThreeWrites();
@@ -109,57 +106,6 @@ void TestPreparation::throughputRestoreWritesSavedValuesBack()
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("buffer_policy")), 1);
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("test_pattern")), 0);
-}
-
-void TestPreparation::setupFailureAtEachStepRestoresEverything_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("op");
-    QTest::addColumn<int>("logLine");
-    QTest::addColumn<int>("callsBeforeRestore");
-    const int saves = kSaveReads.size();
-    QTest::newRow("buffer policy") << "buffer_policy" << int(ExParamOp::Set) << 359 << saves + 1;
-    QTest::newRow("image format") << "imgdataformat" << int(ExParamOp::Set) << 364 << saves + 2;
-    QTest::newRow("bit depth") << "output_bit_depth" << int(ExParamOp::Set) << 369 << saves + 3;
-    QTest::newRow("bit packing") << "output_bit_packing" << int(ExParamOp::Set) << 374 << saves + 4;
-    QTest::newRow("generator read") << "test_pattern_generator_selector" << int(ExParamOp::Get) << 385
-                                    << saves + 8;
-    QTest::newRow("generator write") << "test_pattern_generator_selector" << int(ExParamOp::Set) << 390
-                                     << saves + 9;
-    QTest::newRow("pattern read") << "test_pattern" << int(ExParamOp::Get) << 395 << saves + 10;
-    QTest::newRow("pattern write") << "test_pattern" << int(ExParamOp::Set) << 400 << saves + 11;
-    QTest::newRow("dp unit") << "dp_unit_selector" << int(ExParamOp::Set) << 415 << saves + 15;
-    QTest::newRow("dp process") << "dp_proc_selector" << int(ExParamOp::Set) << 420 << saves + 16;
-    QTest::newRow("dp parameter") << "dp_param_selector" << int(ExParamOp::Set) << 425 << saves + 17;
-    QTest::newRow("dp value") << "dp_param_value" << int(ExParamOp::Set) << 430 << saves + 18;
-}
-
-void TestPreparation::setupFailureAtEachStepRestoresEverything()
-{
-    QFETCH(QString, name);
-    QFETCH(int, op);
-    QFETCH(int, logLine);
-    QFETCH(int, callsBeforeRestore);
-    KSCORE_HANDLE hCam = open(camera("failing"));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    line->autoTransport = false;
-    sim(hCam)->refuseParam(name, ExParamOp(op), 1);
-    sim(hCam)->clearCallLog();
-    CxCriticalLog log;
-    QVERIFY(!line->startMeasurement(4096, 1000));
-    QVERIFY(!line->isMeasurementRunning());
-    QCOMPARE(log.messages().size(), 1);
-    QVERIFY2(log.contains(logLine, QStringLiteral("CxCameraLineData::setupCameraParameters(): ")),
-             qPrintable(log.messages().join('\n')));
-
-    const QStringList all = calls(hCam);
-    const QStringList setup = kSaveReads + kThroughputWrites + kFrameBufferQueries + kFrameBufferWrites;
-    QCOMPARE(all.mid(0, callsBeforeRestore), setup.mid(0, callsBeforeRestore));
-    // The restore writes every saved value back, changed or not; the frame buffer only when
-    // setup got as far as disabling it, which a failing step prevents.
-    QCOMPARE(all.mid(callsBeforeRestore), kRestoreSavedValues);
-    QVERIFY(!sim(hCam)->isAcquiring());
-    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
 }
 
 void TestPreparation::refusedBufferPolicyRestoresAllNineSavedValues()

@@ -226,9 +226,15 @@ public:
     CxAcquisitionThread(CxCameraLineData* lineData, MeasureMode mode);
     ~CxAcquisitionThread() override;
 
+    // Returns once run() has returned; everything the worker wrote is then visible here.
+    void join();
+
     CxCameraLineData* lineData;
     MeasureMode mode;
 
 protected:
     void run() override;
+
+private:
+    std::atomic<bool> runReturned{false};
 };
