@@ -99,12 +99,27 @@ inline QMap<QString, int> parameterSnapshot(KSCORE_HANDLE hCam)
     return values;
 }
 
-// The names whose values differ between two snapshots.
-inline QStringList changedValues(const QMap<QString, int>& before, const QMap<QString, int>& after)
+// What a throughput run leaves as it set it: the selectors it pointed at the device register
+// and at the camera's buffer size, the frame-buffer mode, whose restore goes to the
+// buffer-size cell the last read selected (and is refused there), and the time-stamp reset.
+inline const QStringList kLeftByThroughput = {"device_unit_register_selector",
+                                              "device_unit_selector",
+                                              "dp_param_selector",
+                                              "frame buffer mode",
+                                              "ts_rst_mode",
+                                              "ts_rst_source"};
+// An acquisition run selects each counter in turn.
+inline const QStringList kLeftByAcquisition = {"counter_selector", "ts_rst_mode", "ts_rst_source"};
+
+// The values that differ from the snapshot `before` although runs put them back: every
+// change but those in `left`. Take it with the camera idle.
+inline QStringList changedBeyond(const QMap<QString, int>& before, KSCORE_HANDLE hCam,
+                                 const QStringList& left = kLeftByThroughput + kLeftByAcquisition)
 {
+    const QMap<QString, int> after = parameterSnapshot(hCam);
     QStringList changed;
     for (auto it = before.cbegin(); it != before.cend(); ++it)
-        if (after.value(it.key(), INT_MIN + 1) != it.value())
+        if (after.value(it.key(), INT_MIN + 1) != it.value() && !left.contains(it.key()))
             changed << it.key();
     return changed;
 }

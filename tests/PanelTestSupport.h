@@ -1,5 +1,5 @@
-// Helpers for tests of the panel: a form on simulated cameras, modal dialogs answered by
-// a timer, and the camera values that a run must leave as it found them.
+// Helpers for tests of the panel: a form on simulated cameras and modal dialogs answered by
+// a timer.
 #pragma once
 
 #include "DataGraphForm.h"
@@ -37,24 +37,6 @@ inline void answerNextModal(std::function<bool(QWidget*)> answer, int timeoutMs 
         }
     });
     timer->start(10);
-}
-
-// The camera values the tool saves before a run and must put back after it.
-inline QMap<QString, int> savedValues(KSCORE_HANDLE hCam)
-{
-    static const char* const names[] = {"imgdataformat",
-                                        "output_bit_depth",
-                                        "output_bit_packing",
-                                        "buffer_policy",
-                                        "column_fpn_correction",
-                                        "row_fpn_correction",
-                                        "LUTEnable",
-                                        "test_pattern_generator_selector",
-                                        "test_pattern"};
-    QMap<QString, int> values;
-    for (const char* name : names)
-        values.insert(QLatin1String(name), simtest::sim(hCam)->parameterValue(QLatin1String(name)));
-    return values;
 }
 
 template <typename T = QWidget> T* child(CxDataGraphForm* form, const char* name)

@@ -45,8 +45,7 @@ private slots:
 
     // Store and capacity
     void newLineIsIdleWithSixCounters();
-    void allocateBuffersOnlyWhenTheCountChanges();
-    void clearDataEmptiesEverything();
+    void buffersFollowTheCountAndClearEmptiesAll();
     void framesHoldOneSamplePerPeriod();
     void throughputStoreKeepsCapacityPlusOneFrame();
     void acquisitionStoreKeepsCapacityPlusOneRecord();
@@ -91,9 +90,10 @@ void TestMeasurement::newLineIsIdleWithSixCounters()
     QVERIFY(line.autoTransport && line.plotEnabled);
 }
 
-void TestMeasurement::allocateBuffersOnlyWhenTheCountChanges()
+void TestMeasurement::buffersFollowTheCountAndClearEmptiesAll()
 {
     CxCameraLineData line;
+    line.clearData();
     QVERIFY(line.AllocateBuffers(511));
     double* speeds = line.speedsBuffer;
     QVERIFY(speeds && line.bufferDeltasBuffer && line.offsetsBuffer);
@@ -108,18 +108,10 @@ void TestMeasurement::allocateBuffersOnlyWhenTheCountChanges()
     QVERIFY(acquisition.AllocateBuffers(511));
     QCOMPARE(acquisition.speedsBuffer, nullptr);
     QCOMPARE(acquisition.bufferCapacity, quint64(0));
-}
 
-void TestMeasurement::clearDataEmptiesEverything()
-{
-    CxCameraLineData line;
-    line.clearData();
-    QVERIFY(line.frames.isEmpty() && line.counterSamples.isEmpty());
-    QCOMPARE(line.bufferCapacity, quint64(0));
     line.frames.append(new CxCameraLineData::CxFrameData);
     line.frames.last()->samples = new quint64[4];
     line.counterSamples.append(new CxCameraLineData::CxCounterData);
-    QVERIFY(line.AllocateBuffers(3));
     line.clearData();
     QVERIFY(line.frames.isEmpty() && line.counterSamples.isEmpty());
     QCOMPARE(line.speedsBuffer, nullptr);

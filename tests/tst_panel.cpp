@@ -263,7 +263,7 @@ void TestPanel::acquisitionLayoutShowsFormatAndCounters()
 void TestPanel::throughputRunFillsStatisticsAndSeries()
 {
     const KSCORE_HANDLE hCam = openSmall("tp", 400.0);
-    const QMap<QString, int> before = savedValues(hCam);
+    const QMap<QString, int> before = parameterSnapshot(hCam);
     CxDataGraphForm form;
     form.maxSamples = 200000;
     QPushButton* measure = buttonAt(&form, 0, Tp::colMeasure);
@@ -307,7 +307,7 @@ void TestPanel::throughputRunFillsStatisticsAndSeries()
     QCOMPARE(cellText(&form, 0, Tp::colStatus), QStringLiteral("Stopped"));
     QVERIFY(recorder()->calls().last().endsWith(QLatin1String(" true")));
     QVERIFY(child<QWidget>(&form, "btnSetup")->isEnabled());
-    QCOMPARE(savedValues(hCam), before);
+    QCOMPARE(changedBeyond(before, hCam), QStringList());
     QVERIFY(form.findChildren<QMessageBox*>().isEmpty());
 }
 
@@ -317,7 +317,7 @@ void TestPanel::startAllRollsBackWhenACameraFails()
     QList<QMap<QString, int>> before;
     for (const char* id : {"c1", "c2", "c3", "c4"}) {
         cams << openSmall(QLatin1String(id));
-        before << savedValues(cams.last());
+        before << parameterSnapshot(cams.last());
     }
     sim(cams[2])->refuseStart();
     sim(cams[3])->clearCallLog();
@@ -341,7 +341,7 @@ void TestPanel::startAllRollsBackWhenACameraFails()
     QCOMPARE(startAll->text(), QStringLiteral("Start All"));
     for (int i = 0; i < 4; ++i) {
         QVERIFY(!form.cameraLines.value(cams[i])->isMeasurementRunning());
-        QCOMPARE(savedValues(cams[i]), before[i]);
+        QCOMPARE(changedBeyond(before[i], cams[i]), QStringList());
         QCOMPARE(cellText(&form, i, Tp::colStatus), QStringLiteral("Stopped"));
     }
     QVERIFY(!sim(cams[3])->callLogText().contains(QStringLiteral("start")));
@@ -358,7 +358,7 @@ void TestPanel::startAllRollsBackWhenACameraFails()
     for (int i = 0; i < 4; ++i) {
         QVERIFY(!form.cameraLines.value(cams[i])->isMeasurementRunning());
         QCOMPARE(buttonAt(&form, i, Tp::colMeasure)->text(), QStringLiteral("Start"));
-        QCOMPARE(savedValues(cams[i]), before[i]);
+        QCOMPARE(changedBeyond(before[i], cams[i]), QStringList());
     }
     QVERIFY(form.findChildren<QMessageBox*>().isEmpty());
 }
@@ -619,7 +619,7 @@ void TestPanel::measurementsStopBeforeTheirLinesGo()
     QList<QMap<QString, int>> before;
     for (const char* id : {"d1", "d2", "d3"}) {
         cams << openSmall(QLatin1String(id));
-        before << savedValues(cams.last());
+        before << parameterSnapshot(cams.last());
     }
     auto* form = new CxDataGraphForm;
     form->maxSamples = 100000;
@@ -636,7 +636,7 @@ void TestPanel::measurementsStopBeforeTheirLinesGo()
     delete form;
     for (int i = 1; i < 3; ++i) {
         QVERIFY(!sim(cams[i])->isAcquiring());
-        QCOMPARE(savedValues(cams[i]), before[i]);
+        QCOMPARE(changedBeyond(before[i], cams[i]), QStringList());
     }
     QTRY_COMPARE_WITH_TIMEOUT(threadCount(), threadsBefore, 5000);
 }
@@ -656,7 +656,7 @@ void TestPanel::badSettingsNeverHurtARun()
     QFETCH(QVariant, value);
     const int threadsBefore = threadCount();
     const KSCORE_HANDLE hCam = openSmall(QStringLiteral("bad"));
-    const QMap<QString, int> before = savedValues(hCam);
+    const QMap<QString, int> before = parameterSnapshot(hCam);
     QTemporaryDir dir;
     QSettings settings(dir.filePath(QStringLiteral("host.ini")), QSettings::IniFormat);
     for (const char* key :
@@ -677,7 +677,7 @@ void TestPanel::badSettingsNeverHurtARun()
         row << cellText(form, 0, column);
     delete form;
     QVERIFY(!sim(hCam)->isAcquiring());
-    QCOMPARE(savedValues(hCam), before);
+    QCOMPARE(changedBeyond(before, hCam), QStringList());
     QTRY_COMPARE_WITH_TIMEOUT(threadCount(), threadsBefore, 5000);
     // Whatever the settings, a run logs what is wrong once; an unknown mode is also logged on
     // every refresh tick (once a second in use) until Setup picks a mode.
