@@ -165,8 +165,6 @@ void TestHost::badCommandLinesAreRefusedClearly_data()
     QTest::newRow("unknown mode") << QStringList{"--mode", "fast"} << "--mode: 'fast'";
     QTest::newRow("truncated camera file")
         << QStringList{"--cameras", cameraFile("cams.json", "{\"cameras\": [ {\"link\": ")} << "cams.json";
-    QTest::newRow("camera file not JSON")
-        << QStringList{"--cameras", cameraFile("text.json", "hello, cameras")} << "text.json: not valid JSON";
     QTest::newRow("camera file with a negative width")
         << QStringList{"--cameras",
                        cameraFile("width.json",
@@ -176,7 +174,7 @@ void TestHost::badCommandLinesAreRefusedClearly_data()
         << QStringList{"--cameras", cameraFile("shape.json", "{\"cameras\": 7}")}
         << "cameras: must be an array";
     QTest::newRow("missing camera file")
-        << QStringList{"--cameras", "/nonexistent/cams.json"} << "/nonexistent/cams.json";
+        << QStringList{"--cameras", "/nonexistent/cams.json"} << "/nonexistent/cams.json: cannot be read";
     // The program's own folder holds libraries that are no plug-ins: each is skipped with Qt's
     // reason, and without the panel the run cannot go on.
     QTest::newRow("no plug-ins") << QStringList{"--plugins", QFileInfo(QStringLiteral(HOST_PATH)).path(),

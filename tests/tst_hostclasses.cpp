@@ -47,7 +47,6 @@ private slots:
     void imageFormatChangesAreAnnounced();
     void parameterSetFindsParametersAndDescribesTheCamera();
     void commitBatchWritesStagedValuesInOrder();
-    void cameraWithoutParameterSet();
     void delegateRecordsCallsUntilAHostInstallsItsOwn();
     void pluginBaseClassDefaults();
     void exportButtonOffersItsTypes();
@@ -56,7 +55,6 @@ private slots:
     void configurationFileIsReadWithItsFields();
     void badConfigurationNamesFileAndField_data();
     void badConfigurationNamesFileAndField();
-    void missingConfigurationFileIsAnError();
 };
 
 void TestHostClasses::managerOpensConfiguredCamerasAndSignals()
@@ -175,17 +173,6 @@ void TestHostClasses::commitBatchWritesStagedValuesInOrder()
     // An empty batch writes nothing and announces nothing.
     QVERIFY(parameters->endCommitBatch(1));
     QCOMPARE(changed.size(), 1);
-}
-
-void TestHostClasses::cameraWithoutParameterSet()
-{
-    CxSimCameraConfig config = camera("bare");
-    config.hasParameterSet = false;
-    KSCORE_HANDLE hCam = open(config);
-    QVERIFY(hCam);
-    QCOMPARE(CxCameraManager::instance()->cameraParameters(hCam), nullptr);
-    int value = -1;
-    QVERIFY(ksApi_GetParamInt(hCam, "buffer_policy", value)); // the camera itself answers
 }
 
 void TestHostClasses::delegateRecordsCallsUntilAHostInstallsItsOwn()
@@ -358,14 +345,6 @@ void TestHostClasses::badConfigurationNamesFileAndField()
     QVERIFY2(error.startsWith(QStringLiteral("bench.json: ")), qPrintable(error));
     QVERIFY2(error.contains(message), qPrintable(error));
     QCOMPARE(cameras.size(), 1);
-}
-
-void TestHostClasses::missingConfigurationFileIsAnError()
-{
-    QString error;
-    QVERIFY(!CxSimulation::loadConfigurationFile(QStringLiteral("/nonexistent/cameras.json"), &error));
-    QVERIFY2(error.startsWith(QStringLiteral("/nonexistent/cameras.json: cannot be read")),
-             qPrintable(error));
 }
 
 QTEST_MAIN(TestHostClasses)

@@ -71,7 +71,7 @@ private slots:
     void unknownModeIsRefused();
     void transportSpeed_data();
     void transportSpeed();
-    void bufferSizeFallsBackWithoutSelector();
+    void bufferSizeFallsBackWhenUnreadable();
     void failureLogLineFormat();
 };
 
@@ -303,23 +303,17 @@ void TestPreparation::transportSpeed()
                  qPrintable(log.messages().join('\n')));
 }
 
-void TestPreparation::bufferSizeFallsBackWithoutSelector()
+void TestPreparation::bufferSizeFallsBackWhenUnreadable()
 {
-    CxSimCameraConfig config = camera("nobuffer");
-    config.dataProcessing = false;
+    // A camera without the selectors: see frameBufferLeftAloneWhenSelectorsAreNotSettable.
+    CxSimCameraConfig config = camera("unreadable");
+    config.bufferSize = 4000;
     KSCORE_HANDLE hCam = open(config);
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QCOMPARE(line->readInternalCameraBufferSize(), 4000);
+    sim(hCam)->refuseParam(QStringLiteral("dp_param_value"), ExParamOp::Get, 1);
     QCOMPARE(line->readInternalCameraBufferSize(), 32768);
-
-    config.id = QStringLiteral("unreadable");
-    config.dataProcessing = true;
-    config.bufferSize = 4000;
-    KSCORE_HANDLE other = open(config);
-    std::unique_ptr<CxCameraLineData> second(lineFor(other));
-    QCOMPARE(second->readInternalCameraBufferSize(), 4000);
-    sim(other)->refuseParam(QStringLiteral("dp_param_value"), ExParamOp::Get, 1);
-    QCOMPARE(second->readInternalCameraBufferSize(), 32768);
-    QCOMPARE(second->cameraBufferSize, 0); // the reader writes no field
+    QCOMPARE(line->cameraBufferSize, 0); // the reader writes no field
 }
 
 void TestPreparation::failureLogLineFormat()
