@@ -19,12 +19,8 @@ private slots:
     void configuredPowerOnValuesReplaceDefaults();
     void writesAnswerTrueOrFalse();
     void settableQueryWritesNothing();
-    void imageDataFormatIndexEqualsValue();
-    void bufferSizeReadsWithThePowerOnSelectors();
     void dataProcessingSelectorsAddressTheFrameBufferMode();
-    void cameraWithoutDataProcessingHasNoSelectors();
     void deviceRegisterFileAnswersThroughItsSelectors();
-    void countersSupportedPerCamera();
     void formatIsLockedWhileAcquiring();
     void startAndTheReversedStop();
     void unknownHandlesAreRefused();
@@ -88,28 +84,6 @@ void TestSimCamera::settableQueryWritesNothing()
     QCOMPARE(value, 10);
 }
 
-void TestSimCamera::imageDataFormatIndexEqualsValue()
-{
-    KSCORE_HANDLE hCam = open(camera("formats"));
-    const QList<CxCameraParam::SxEnumItem> items = sim(hCam)->enumItems(QStringLiteral("imgdataformat"));
-    QVERIFY(items.size() >= 8);
-    for (int i = 0; i < items.size(); ++i)
-        QCOMPARE(items[i].value, i);
-    QCOMPARE(items[7].displayText, QStringLiteral("Transport data"));
-}
-
-void TestSimCamera::bufferSizeReadsWithThePowerOnSelectors()
-{
-    CxSimCameraConfig config = camera("buffer");
-    config.bufferSize = 12345678;
-    KSCORE_HANDLE hCam = open(config);
-    int value = 0;
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_selector", 7));
-    QVERIFY(ksApi_GetParamInt(hCam, "dp_param_value", value));
-    QCOMPARE(value, 12345678);
-    QVERIFY(!ksApi_SetParamInt(hCam, "dp_param_value", 1));
-}
-
 void TestSimCamera::dataProcessingSelectorsAddressTheFrameBufferMode()
 {
     KSCORE_HANDLE hCam = open(camera("framebuffer"));
@@ -129,17 +103,6 @@ void TestSimCamera::dataProcessingSelectorsAddressTheFrameBufferMode()
     QCOMPARE(value, 9);
     // A selection with nothing behind it answers false.
     QVERIFY(ksApi_SetParamInt(hCam, "dp_unit_selector", 3));
-    QVERIFY(!ksApi_GetParamInt(hCam, "dp_param_value", value));
-}
-
-void TestSimCamera::cameraWithoutDataProcessingHasNoSelectors()
-{
-    CxSimCameraConfig config = camera("nodp");
-    config.dataProcessing = false;
-    KSCORE_HANDLE hCam = open(config);
-    int value = 0;
-    QVERIFY(!ksApi_SetParamInt(hCam, "dp_unit_selector:settable", 1));
-    QVERIFY(!ksApi_SetParamInt(hCam, "dp_param_selector", 7));
     QVERIFY(!ksApi_GetParamInt(hCam, "dp_param_value", value));
 }
 
@@ -163,22 +126,6 @@ void TestSimCamera::deviceRegisterFileAnswersThroughItsSelectors()
 
     QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_selector", 56));
     QVERIFY(!ksApi_GetParamInt(hCam, "device_unit_register_value", value));
-}
-
-void TestSimCamera::countersSupportedPerCamera()
-{
-    CxSimCameraConfig config = camera("counters");
-    config.supportedCounters = {0, 2, 5};
-    KSCORE_HANDLE hCam = open(config);
-    const bool expected[6] = {true, false, true, false, false, true};
-    for (int selector = 0; selector < 6; ++selector)
-        QCOMPARE(ksApi_SetParamInt(hCam, "counter_selector:settable", selector), expected[selector]);
-    QVERIFY(!ksApi_SetParamInt(hCam, "counter_selector:settable", 6));
-    QVERIFY(!ksApi_SetParamInt(hCam, "counter_selector", 1));
-    QVERIFY(ksApi_SetParamInt(hCam, "counter_selector", 5));
-    int value = -1;
-    QVERIFY(ksApi_GetParamInt(hCam, "counter_value", value));
-    QCOMPARE(value, 0);
 }
 
 void TestSimCamera::formatIsLockedWhileAcquiring()
