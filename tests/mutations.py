@@ -9,7 +9,7 @@ import sys
 ENGINE = "plugins/kspDataThroughputGraph/CameraLineData.cpp"
 FORM = "plugins/kspDataThroughputGraph/DataGraphForm.cpp"
 DIALOG = "plugins/kspDataThroughputGraph/DataGraphSetupDlg.cpp"
-ENGINE_TESTS = ["tst_preparation", "tst_measurement", "tst_series"]
+ENGINE_TESTS = ["tst_preparation", "tst_measurement", "tst_series", "tst_faults"]
 PANEL_TESTS = ["tst_panel"]
 
 # (area, what changes, file, text, replacement, tests)

@@ -63,8 +63,8 @@ void TestFaults::checkAfterRun(KSCORE_HANDLE hCam, const QMap<QString, int>& bef
     QVERIFY(!sim(hCam)->isAcquiring());
     // A value whose save read was refused is restored to what the line saved before: 0 on a
     // new line.
-    const QStringList left = (mode == MeasureModeDataThroughput ? kLeftByThroughput : kLeftByAcquisition) +
-                             QStringList{unsaved};
+    const QStringList left =
+        (mode == MeasureModeDataThroughput ? kLeftByThroughput : kLeftByAcquisition) + QStringList{unsaved};
     QCOMPARE(changedBeyond(before, hCam, left), QStringList());
     QTRY_COMPARE_WITH_TIMEOUT(threadCount(), m_threads, 5000);
 }
@@ -109,8 +109,9 @@ void TestFaults::setupStepRefused()
         QVERIFY(line->stopMeasurement());
     } else {
         QVERIFY(!line->isMeasurementRunning());
-        QVERIFY2(log.messages().join('\n').contains(QStringLiteral("CxCameraLineData::setupCameraParameters(): ")),
-                 qPrintable(log.messages().join('\n')));
+        QVERIFY2(
+            log.messages().join('\n').contains(QStringLiteral("CxCameraLineData::setupCameraParameters(): ")),
+            qPrintable(log.messages().join('\n')));
     }
     QVERIFY2(log.messages().size() <= 3, qPrintable(log.messages().join('\n')));
     checkAfterRun(hCam, before, MeasureMode(mode), isSet ? QString() : name);
