@@ -217,12 +217,8 @@ char* formatReportNumber(double value, char* out)
                 ++exponent;
             }
             // Six digits, then the trailing zeros dropped as 'g' does.
-            const auto high = unsigned(mantissa / 10000);
-            const auto middle = unsigned(mantissa / 100 % 100);
-            const auto low = unsigned(mantissa % 100);
-            const char digits[6] = {kDigitPairs[2 * high],   kDigitPairs[2 * high + 1],
-                                    kDigitPairs[2 * middle], kDigitPairs[2 * middle + 1],
-                                    kDigitPairs[2 * low],    kDigitPairs[2 * low + 1]};
+            char digits[6];
+            digitsBackwards(mantissa, digits + 6);
             int count = 6;
             while (digits[count - 1] == '0')
                 --count;
