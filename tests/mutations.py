@@ -31,6 +31,7 @@ MUTATIONS = [
     ("series", "overflow counted per sample", ENGINE, "        if (overflow)\n            ++bufferOverflowCount;", "        if (overflow)\n            bufferOverflowCount += 2;", ENGINE_TESTS),
     ("csv", "progress margin of the whole span", ENGINE, ": span / 2;", ": span;", ENGINE_TESTS),
     ("csv", "fill not clamped at full", ENGINE, "                else if (fill > bufferSize)\n                    fill = bufferSize;", "", ENGINE_TESTS),
+    ("csv", "one interval's speed given to another", ENGINE, "if (entry.ticks != ticks || entry.length == 0) {", "if (entry.length == 0) {", ENGINE_TESTS),
     ("panel", "status not shown while testing", FORM, 'status->setText(line->isMeasurementRunning() ? tr("Testing") : tr("Stopped"));', 'status->setText(tr("Stopped"));', PANEL_TESTS),
     ("panel", "buffer size shown in bytes", FORM, "QString::number(line->cameraBufferSize / 1000)", "QString::number(line->cameraBufferSize)", PANEL_TESTS),
     ("panel", "1 ms zoom floor gone", FORM, "if (qAbs(range.lower - range.upper) * 1000.0 > 1.0) {", "if (true) {", PANEL_TESTS),

@@ -252,7 +252,7 @@ private slots:
     void csvRowsFollowTheRange();
     void csvClosingTheDialogCancels();
     void csvWritesNothingInAcquisitionModeOrForAnUnopenableFile();
-    void csvInfiniteSpeedAndNotANumberFill();
+    void csvSpeedsPerIntervalInfiniteAndNotANumber();
     void csvNumbersAreWrittenAsQtWritesThem();
 
     // End to end
@@ -697,18 +697,20 @@ void TestSeries::csvWritesNothingInAcquisitionModeOrForAnUnopenableFile()
     QVERIFY2(shown.startsWith(QStringLiteral("The report could not be written to ")), qPrintable(shown));
 }
 
-void TestSeries::csvInfiniteSpeedAndNotANumberFill()
+void TestSeries::csvSpeedsPerIntervalInfiniteAndNotANumber()
 {
     CxCameraLineData line;
     line.samplePeriod = 1000;
     line.requiredThroughput = 500;
     line.cameraBufferSize = 1000;
-    addFrame(line, 4, kT0, {0, 250, 250});
+    // Intervals of 250 ticks on both sides of one 2^20 ticks longer, each with its own speed.
+    addFrame(line, 4, kT0, {0, 250, 1049076, 1049326, 1049326});
     const QString path = m_dir.filePath(QStringLiteral("inf.csv"));
-    line.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 100);
+    line.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 5000);
     QCOMPARE(readFile(path), kHeader + "4,1,1000,1000,500,1000,0,0\n"
-                                       "4,1,1000,1000,500,inf,nan,nan\n");
-
+                                       "4,4196,1000,4196304,500,0.238362,1000,100\n"
+                                       "4,4197,1000,4197304,500,1000,500,50\n"
+                                       "4,4197,1000,4197304,500,inf,nan,nan\n");
 }
 
 void TestSeries::csvNumbersAreWrittenAsQtWritesThem()

@@ -16,6 +16,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <qcustomplot.h>
 #include <string>
@@ -325,6 +326,41 @@ private:
     std::string m_buffer;
     size_t m_used = 0;
     bool m_failed = false;
+};
+
+// What a row derives from the whole tick count between two samples: the interval, the speed
+// and the speed's text. A link keeps those counts within a narrow band, so each count's two
+// divisions and formatting are done once and looked up after, giving the same values.
+class CxSampleSteps
+{
+public:
+    struct Step
+    {
+        quint64 ticks = 0;
+        double us = 0.0;
+        double speed = 0.0;
+        quint8 length = 0; // 0: nothing worked out yet
+        char text[32];
+    };
+
+    explicit CxSampleSteps(quint64 samplePeriod) : m_samplePeriod(double(samplePeriod)) {}
+
+    const Step& step(quint64 ticks)
+    {
+        Step& entry = m_steps[ticks % kSize];
+        if (entry.ticks != ticks || entry.length == 0) {
+            entry.ticks = ticks;
+            entry.us = double(ticks) / kTicksPerUs;
+            entry.speed = m_samplePeriod / entry.us;
+            entry.length = quint8(formatReportNumber(entry.speed, entry.text) - entry.text);
+        }
+        return entry;
+    }
+
+private:
+    static constexpr size_t kSize = 512;
+    double m_samplePeriod;
+    Step m_steps[kSize];
 };
 
 // A report that could not be written is logged; with a window to show it on, the user is
@@ -1224,6 +1260,8 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
     // Two columns hold the same value in every row.
     const QByteArray periodField = ',' + QByteArray::number(samplePeriod);
     const QByteArray requiredField = ',' + QByteArray::number(requiredThroughput);
+    auto steps = std::make_unique<CxSampleSteps>(samplePeriod);
+    const double required = double(requiredThroughput);
     // Unlike the graph, the modelled buffer runs on across frames, over exported rows only.
     double fill = 0.0;
     int progress = 0;
@@ -1248,10 +1286,9 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
                     continue;
                 if (sampleTime > end)
                     break;
-                const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
-                const double speed = double(samplePeriod) / dtUs;
+                const CxSampleSteps::Step& step = steps->step(samples[i] - samples[i - 1]);
                 // Comparisons rather than min/max, so that a broken sample shows as "nan".
-                fill += dtUs * (double(requiredThroughput) - speed);
+                fill += step.us * (required - step.speed);
                 if (fill < 0.0)
                     fill = 0.0;
                 else if (fill > bufferSize)
@@ -1261,7 +1298,8 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
                 out.bytes(periodField.constData(), size_t(periodField.size()));
                 out.integer(samples[i] * 4u, ',');
                 out.bytes(requiredField.constData(), size_t(requiredField.size()));
-                out.number(speed, ',');
+                out.character(',');
+                out.bytes(step.text, step.length);
                 out.number(fill, ',');
                 out.number(100.0 * fill / bufferSize, ',');
                 out.character('\n');
