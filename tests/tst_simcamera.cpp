@@ -28,7 +28,7 @@ private slots:
     void refusedStartAndFailingStop();
     void captureFaults_data();
     void captureFaults();
-    void callLogKeepsExactOrder();
+    void callLogKeepsExactOrderAndTheNewestCalls();
 };
 
 void TestSimCamera::configuredPowerOnValuesReplaceDefaults()
@@ -255,7 +255,7 @@ void TestSimCamera::captureFaults()
     QCOMPARE(image.frameNumber, 1u); // failed captures consume no frame
 }
 
-void TestSimCamera::callLogKeepsExactOrder()
+void TestSimCamera::callLogKeepsExactOrderAndTheNewestCalls()
 {
     KSCORE_HANDLE hCam = open(camera("log", 400.0, 64, 64));
     sim(hCam)->clearCallLog();
@@ -273,6 +273,13 @@ void TestSimCamera::callLogKeepsExactOrder()
     const QList<SxCallLogEntry> log = sim(hCam)->callLog();
     QVERIFY(log[1].ok);
     QCOMPARE(log[4].value, 0); // the frame number delivered
+    // Past its limit the log keeps the newest 500,000 calls, oldest first.
+    for (int i = 0; i < 500002; ++i)
+        ksApi_SetParamInt(hCam, "no_such_parameter", i);
+    const QList<SxCallLogEntry> newest = sim(hCam)->callLog();
+    QCOMPARE(newest.size(), 500000);
+    QCOMPARE(newest.first().value, 2);
+    QCOMPARE(newest.last().value, 500001);
 }
 
 QTEST_GUILESS_MAIN(TestSimCamera)

@@ -16,7 +16,7 @@
 namespace {
 
 constexpr double kTicksPerUs = CxLinkModel::kTicksPerUs;
-constexpr int kCallLogLimit = 500000;
+constexpr size_t kCallLogLimit = 500000;
 constexpr int kTimestampResetSource = 19; // "acquisition start" among the reset sources
 
 struct SxParamFault
@@ -100,7 +100,10 @@ struct CxSimCamera::Private
     QList<SxCaptureFault> captureFaults;
     int startFaults = 0;
     int stopFaults = 0;
-    QList<SxCallLogEntry> log;
+    // The newest kCallLogLimit calls, a ring once full: dropping the oldest from the front of
+    // a list moved or reallocated megabytes every few thousand images of a fast camera.
+    std::vector<SxCallLogEntry> log;
+    size_t logOldest = 0;
 
     // The camera clock between acquisitions: uptime at open plus elapsed (real time) or
     // the virtual clock where the last acquisition left it.
@@ -159,9 +162,12 @@ struct CxSimCamera::Private
 void CxSimCamera::Private::record(SxCallLogEntry::ExKind kind, const QString& name, int value, bool ok,
                                   int error)
 {
-    if (log.size() >= kCallLogLimit)
-        log.erase(log.begin(), log.begin() + kCallLogLimit / 10);
-    log.append({kind, name, value, ok, error});
+    if (log.size() < kCallLogLimit) {
+        log.push_back({kind, name, value, ok, error});
+        return;
+    }
+    log[logOldest] = {kind, name, value, ok, error};
+    logOldest = (logOldest + 1) % kCallLogLimit;
 }
 
 bool CxSimCamera::Private::paramRefused(const QString& name, bool isSet, int value)
@@ -631,7 +637,11 @@ void CxSimCamera::clearFaults()
 QList<SxCallLogEntry> CxSimCamera::callLog() const
 {
     QMutexLocker lock(&d->mutex);
-    return d->log;
+    QList<SxCallLogEntry> entries;
+    entries.reserve(qsizetype(d->log.size()));
+    for (size_t i = 0; i < d->log.size(); ++i)
+        entries.append(d->log[(d->logOldest + i) % d->log.size()]);
+    return entries;
 }
 
 QStringList CxSimCamera::callLogText(bool withImages) const
@@ -647,6 +657,7 @@ void CxSimCamera::clearCallLog()
 {
     QMutexLocker lock(&d->mutex);
     d->log.clear();
+    d->logOldest = 0;
 }
 
 bool CxSimCamera::isAcquiring() const
