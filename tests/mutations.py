@@ -25,6 +25,7 @@ MUTATIONS = [
     ("capture", "two stops both go ahead", ENGINE, "if (!stopRequested.compare_exchange_strong(alreadyStopping, true))", "if (false && !stopRequested.compare_exchange_strong(alreadyStopping, true))", ENGINE_TESTS),
     ("capture", "failed counter read overwrites the value", ENGINE, "        if (getParam(hCam, \"counter_value\", value)) {", "        if (getParam(hCam, \"counter_value\", value) || true) {", ENGINE_TESTS),
     ("capacity", "throughput store keeps one frame more", ENGINE, "qint64(frames.size()) - 1 - keep", "qint64(frames.size()) - 2 - keep", ENGINE_TESTS),
+    ("capacity", "a new run drops what the last one stored", ENGINE, "    const quint32 stride = samplePeriod / 8;\n", "    const quint32 stride = samplePeriod / 8;\n    {\n        QMutexLocker lock(&dataMutex);\n        qDeleteAll(frames);\n        frames.clear();\n    }\n", ENGINE_TESTS),
     ("capacity", "negative capacity not clamped", ENGINE, "const qint64 keep = qint64(std::max(maxSamples, 0))", "const qint64 keep = qint64(maxSamples)", ENGINE_TESTS),
     ("statistics", "running mean weighted wrongly", ENGINE, "frameTimeAvg = (1.0 - 1.0 / n) * frameTimeAvg + (1.0 / n) * microseconds;", "frameTimeAvg = 0.5 * frameTimeAvg + 0.5 * microseconds;", ENGINE_TESTS),
     ("series", "margin from the span, not the frame time", ENGINE, "const long long margin = 2.0 * frameTimeAvg > double(span)", "const long long margin = 20.0 * frameTimeAvg > double(span)", ENGINE_TESTS),

@@ -49,8 +49,7 @@ private slots:
     void commitBatchWritesStagedValuesInOrder();
     void delegateRecordsCallsUntilAHostInstallsItsOwn();
     void pluginBaseClassDefaults();
-    void exportButtonOffersItsTypes();
-    void exportButtonSavesAndCopiesImages();
+    void exportButtonOffersItsTypesAndSavesOrCopies();
     void defaultConfigurationHasAKeepingAndALaggingLink();
     void configurationFileIsReadWithItsFields();
     void badConfigurationNamesFileAndField_data();
@@ -208,7 +207,7 @@ void TestHostClasses::pluginBaseClassDefaults()
     QCOMPARE(QByteArray(qobject_interface_iid<CxPlugin*>()), QByteArray(KS_VENDOR_PREFIX ".CxPlugin"));
 }
 
-void TestHostClasses::exportButtonOffersItsTypes()
+void TestHostClasses::exportButtonOffersItsTypesAndSavesOrCopies()
 {
     CxExportToolButton button;
     QCOMPARE(button.exportType(), CxExportToolButton::etNone);
@@ -216,21 +215,17 @@ void TestHostClasses::exportButtonOffersItsTypes()
     button.addSupportedExportType(CxExportToolButton::etCopyToClipboard);
     QCOMPARE(button.exportType(), CxExportToolButton::etSaveToFile); // the first becomes current
     button.setExportType(2);
-    QCOMPARE(button.exportType(), CxExportToolButton::etCopyToClipboard);
     button.setExportType(7); // unsupported: ignored
     QCOMPARE(button.exportType(), CxExportToolButton::etCopyToClipboard);
     QSignalSpy clicked(&button, SIGNAL(exportClicked(int)));
     button.click();
     QCOMPARE(clicked.size(), 1);
     QCOMPARE(clicked[0][0].toInt(), 2);
-}
 
-void TestHostClasses::exportButtonSavesAndCopiesImages()
-{
+    // The file name's suffix chooses the format, whatever the filter says.
     QTemporaryDir dir;
     QImage image(40, 30, QImage::Format_RGB32);
     image.fill(Qt::darkCyan);
-    CxExportToolButton button;
     for (const char* suffix : {"png", "jpg", "bmp"}) {
         const QString file = dir.filePath(QStringLiteral("graph.%1").arg(QLatin1String(suffix)));
         button.setPresetFileName(file);

@@ -204,14 +204,19 @@ void TestMeasurement::acquisitionStoreKeepsCapacityPlusOneRecord()
 
 void TestMeasurement::aNewRunAppendsToThePreviousOne()
 {
-    KSCORE_HANDLE hCam = open(camera("append", 400.0, 256, 256));
+    // Paced, so that the capacity of 93,750 frames of 32 samples is never reached.
+    CxSimCameraConfig config = camera("append", 400.0, 256, 256);
+    config.pacing = ExPacing::RealTime;
+    KSCORE_HANDLE hCam = open(config);
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
     QVERIFY(line->startMeasurement(4096, 3000000));
     QVERIFY(runUntilDelivered(line.get(), 10));
     const int first = storedFrames(line.get());
+    const CxCameraLineData::CxFrameData* oldest = line->frames.first();
     QVERIFY(line->startMeasurement(4096, 3000000));
     QVERIFY(runUntilDelivered(line.get(), 10));
     QVERIFY(storedFrames(line.get()) >= first + 10);
+    QCOMPARE(line->frames.first(), oldest);
 }
 
 void TestMeasurement::startIsRefusedWithoutCameraOrWhileRunning()

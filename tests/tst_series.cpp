@@ -199,7 +199,9 @@ void fillRoughStore(CxCameraLineData& line, quint32 seed)
     for (quint32 f = 0; f < 600; ++f) {
         QVector<quint64> samples;
         // Every fifth frame is longer than a few summary chunks, with a short last chunk.
-        const int count = f == 77 ? 1 : f % 5 == 0 ? 3 * int(CxCameraLineData::CxFrameData::kChunkSteps) + 40 : 48;
+        const int count = f == 77      ? 1
+                          : f % 5 == 0 ? 3 * int(CxCameraLineData::CxFrameData::kChunkSteps) + 40
+                                       : 48;
         for (int i = 0; i < count; ++i) {
             samples << tick;
             const double rate = (f % 40 < 3 ? 150.0 : 400.0) * jitter(random);
@@ -227,17 +229,13 @@ private slots:
 
     // Frame speeds
     void frameSpeedsFromNeighbouringSamples();
-    void frameSpeedsSkipNullOutputsAndShortFrames();
 
     // Throughput series
-    void throughputPointsAndStatistics();
-    void pointsAreThinnedToOnePerBin();
-    void samplesOutsideTheVisibleSpanCountButAreNotDrawn();
-    void nullGraphsAndRangeRefreshOnlyTheStatistics();
+    void knownStorePointsAndStatistics_data();
+    void knownStorePointsAndStatistics();
+    void statisticsWithoutGraphsOrFrames();
     void marginFollowsTheAverageFrameTime();
-    void framesOutsideTheMarginsResetTheStatisticsAndFail();
-    void degenerateFramesCountTowardsTheAverage();
-    void equalSamplesGiveAnInfiniteSpeedThatIsNeverTheMinimum();
+    void degenerateFramesAndEqualSamples();
     void relativeTimeWrapsBeyond35Minutes();
     void workArraysAreReusedAcrossRefreshes();
     void summariesGiveTheResultsOfTheFullWalk_data();
@@ -341,58 +339,75 @@ void TestSeries::frameSpeedsFromNeighbouringSamples()
     double deltas[3];
     unsigned long long offsets[3];
     QCOMPARE(frame.calculateFrameSpeeds(1000, 600.0, speeds, deltas, offsets), 3u);
-    QCOMPARE(speeds[0], 1000.0); // 1000 bytes in 1 us
-    QCOMPARE(speeds[1], 500.0);
-    QCOMPARE(speeds[2], 100.0);
-    QCOMPARE(deltas[0], -400.0); // 1 us x (600 - 1000)
-    QCOMPARE(deltas[1], 200.0);
-    QCOMPARE(deltas[2], 5000.0);
-    QCOMPARE(offsets[0], 1ull);
-    QCOMPARE(offsets[1], 3ull);
+    // 1000 bytes in 1, 2 and 10 us; meanwhile the buffer gains 1 us x (600 - 1000) and so on.
+    QCOMPARE(QList<double>(speeds, speeds + 3), QList<double>({1000.0, 500.0, 100.0}));
+    QCOMPARE(QList<double>(deltas, deltas + 3), QList<double>({-400.0, 200.0, 5000.0}));
+    QCOMPARE(QList<unsigned long long>(offsets, offsets + 3), QList<unsigned long long>({1, 3, 13}));
+    // Null outputs are skipped, the others still written.
+    speeds[2] = 0.0;
+    offsets[2] = 0;
+    QCOMPARE(frame.calculateFrameSpeeds(1000, 600.0, nullptr, nullptr, offsets), 3u);
+    QCOMPARE(frame.calculateFrameSpeeds(1000, 600.0, speeds, nullptr, nullptr), 3u);
     QCOMPARE(offsets[2], 13ull);
-}
-
-void TestSeries::frameSpeedsSkipNullOutputsAndShortFrames()
-{
-    CxCameraLineData::CxFrameData frame;
-    frame.samples = new quint64[3]{0, 500, 1500};
-    frame.sampleCount = 3;
-    unsigned long long offsets[2] = {99, 99};
-    QCOMPARE(frame.calculateFrameSpeeds(1000, 0.0, nullptr, nullptr, offsets), 2u);
-    QCOMPARE(offsets[1], 6ull);
-    double speeds[2] = {0, 0};
-    QCOMPARE(frame.calculateFrameSpeeds(1000, 0.0, speeds, nullptr, nullptr), 2u);
-    QCOMPARE(speeds[1], 250.0);
-
+    QCOMPARE(speeds[2], 100.0);
+    // A single sample, or a count without an array, gives no interval.
     CxCameraLineData::CxFrameData single;
     single.samples = new quint64[1]{42};
     single.sampleCount = 1;
-    QCOMPARE(single.calculateFrameSpeeds(1000, 0.0, speeds, nullptr, offsets), 0u);
     CxCameraLineData::CxFrameData empty;
-    empty.sampleCount = 5; // no array
-    QCOMPARE(empty.calculateFrameSpeeds(1000, 0.0, speeds, nullptr, offsets), 0u);
+    empty.sampleCount = 5;
+    QCOMPARE(single.calculateFrameSpeeds(1000, 0.0, speeds, deltas, offsets), 0u);
+    QCOMPARE(empty.calculateFrameSpeeds(1000, 0.0, speeds, deltas, offsets), 0u);
 }
 
-void TestSeries::throughputPointsAndStatistics()
+void TestSeries::knownStorePointsAndStatistics_data()
 {
+    QTest::addColumn<double>("upper"); // of the time axis; points lie at upper - (end - t)
+    QTest::addColumn<qint64>("start"); // visible from T0 + start to T0 + 2000 us
+    QTest::addColumn<double>("msPerPixel");
+    QTest::addColumn<bool>("levels");            // a level graph is passed
+    QTest::addColumn<QList<double>>("expected"); // per point: x - upper, minimum, level
+    // The call's first sample only sets the bin's start; every later one closes a bin. The
+    // overflowed frame's level stays at 100.
+    QTest::newRow("every sample") << 0.0 << qint64(-100) << 0.0 << true
+                                  << QList<double>{-0.001995, 250,  100, -0.001985, 100, 100,
+                                                   -0.001984, 1000, 100,                     // frame 7
+                                                   -0.000998, 500,  0,   -0.000996, 500, 0}; // frame 8
+    // At least 5 us between points: bins carry their minimum and maximum across frames, and
+    // the last sample of frame 7 is still in the second bin.
+    QTest::newRow("5 us bins") << 3.0 << qint64(-100) << 0.005 << true
+                               << QList<double>{-0.001985, 100, 100, -0.000998, 500, 100};
+    // Frame 7's samples at 1 and 5 us are not drawn, but the 5 us one is in the first bin.
+    QTest::newRow("visible from T0 + 10 us")
+        << 0.0 << qint64(10) << 0.0 << false
+        << QList<double>{-0.001985, 100, 0, -0.001984, 1000, 0, -0.000998, 500, 0, -0.000996, 500, 0};
+}
+
+void TestSeries::knownStorePointsAndStatistics()
+{
+    QFETCH(double, upper);
+    QFETCH(qint64, start);
+    QFETCH(double, msPerPixel);
+    QFETCH(bool, levels);
+    QFETCH(QList<double>, expected);
     CxCameraLineData line;
     fillKnownStore(line);
-    const QCPRange range(-2.1, 0.0);
-    QVERIFY(line.calculateGraphsThrougput(m_min, m_level, &range, kT0 - 100, kT0 + 2000, 0.0));
-    // The call's first sample only sets the bin's start; every later one closes a bin.
+    const QCPRange range(upper - 2.1, upper);
+    QVERIFY(line.calculateGraphsThrougput(m_min, levels ? m_level : nullptr, &range, kT0 + start, kT0 + 2000,
+                                          msPerPixel));
     const QList<SxPoint> mins = points(m_min);
-    const QList<SxPoint> levels = points(m_level);
-    const QList<SxPoint> expectedMins = {
-        {-0.001995, 250}, {-0.001985, 100}, {-0.001984, 1000}, {-0.000998, 500}, {-0.000996, 500}};
-    const QList<double> expectedLevels = {100, 100, 100, 0, 0}; // the overflowed frame stays at 100
-    QCOMPARE(mins.size(), expectedMins.size());
-    QCOMPARE(levels.size(), expectedLevels.size());
+    const QList<SxPoint> maxima = points(m_level);
+    QCOMPARE(mins.size() * 3, expected.size());
+    QCOMPARE(maxima.size(), levels ? mins.size() : 0);
     for (int i = 0; i < mins.size(); ++i) {
-        QVERIFY(qFuzzyCompare(mins[i].x, expectedMins[i].x));
-        QCOMPARE(mins[i].y, expectedMins[i].y);
-        QCOMPARE(levels[i].x, mins[i].x);
-        QCOMPARE(levels[i].y, expectedLevels[i]);
+        QVERIFY(qFuzzyCompare(mins[i].x - upper, expected[3 * i]));
+        QCOMPARE(mins[i].y, expected[3 * i + 1]);
+        if (levels) {
+            QCOMPARE(maxima[i].x, mins[i].x);
+            QCOMPARE(maxima[i].y, expected[3 * i + 2]);
+        }
     }
+    // Every sample of the frames within the margins counts, drawn or not.
     QCOMPARE(line.minThroughput, 100.0);
     QCOMPARE(line.maxBufferLevel, 100.0);
     QCOMPARE(line.bufferOverflowCount, quint64(1));
@@ -400,39 +415,7 @@ void TestSeries::throughputPointsAndStatistics()
     QCOMPARE(line.avgThroughput, (312.5 + 750.0) / 2);
 }
 
-void TestSeries::pointsAreThinnedToOnePerBin()
-{
-    CxCameraLineData line;
-    fillKnownStore(line);
-    const QCPRange range(-2.1, 3.0);
-    // At least 5 us between points: bins carry their minimum and maximum across frames.
-    QVERIFY(line.calculateGraphsThrougput(m_min, m_level, &range, kT0 - 100, kT0 + 2000, 0.005));
-    const QList<SxPoint> mins = points(m_min);
-    const QList<SxPoint> levels = points(m_level);
-    QCOMPARE(mins.size(), 2);
-    QVERIFY(qFuzzyCompare(mins[0].x, 3.0 - 0.001985));
-    QCOMPARE(mins[0].y, 100.0);
-    QCOMPARE(levels[0].y, 100.0);
-    QVERIFY(qFuzzyCompare(mins[1].x, 3.0 - 0.000998));
-    QCOMPARE(mins[1].y, 500.0);
-    QCOMPARE(levels[1].y, 100.0); // the last sample of frame 7 was still in this bin
-}
-
-void TestSeries::samplesOutsideTheVisibleSpanCountButAreNotDrawn()
-{
-    CxCameraLineData line;
-    fillKnownStore(line);
-    const QCPRange range(-1.0, 0.0);
-    // Visible from T0 + 10 us: frame 7's samples at 1 and 5 us are not drawn.
-    QVERIFY(line.calculateGraphsThrougput(m_min, nullptr, &range, kT0 + 10, kT0 + 2000, 0.0));
-    const QList<SxPoint> mins = points(m_min);
-    QCOMPARE(mins.size(), 4);
-    QCOMPARE(mins[0].y, 100.0); // the bin holds the 250 MB/s sample of 5 us too
-    QCOMPARE(line.minThroughput, 100.0);
-    QCOMPARE(m_level->dataCount(), 0);
-}
-
-void TestSeries::nullGraphsAndRangeRefreshOnlyTheStatistics()
+void TestSeries::statisticsWithoutGraphsOrFrames()
 {
     CxCameraLineData line;
     fillKnownStore(line);
@@ -441,9 +424,18 @@ void TestSeries::nullGraphsAndRangeRefreshOnlyTheStatistics()
     QCOMPARE(line.maxBufferLevel, 100.0);
     QCOMPARE(line.bufferOverflowCount, quint64(1));
     QCOMPARE(line.avgThroughput, 531.25);
-    const QCPRange range(-1.0, 0.0);
+    // Graphs without a range draw nothing.
     QVERIFY(line.calculateGraphsThrougput(m_min, m_level, nullptr, kT0 - 100, kT0 + 2000, 0.0));
     QCOMPARE(m_min->dataCount(), 0);
+    // Long after the last frame nothing is selected: the statistics restart, the average stays.
+    QVERIFY(!line.calculateGraphsThrougput(m_min, m_level, nullptr, kT0 + 50000, kT0 + 51000, 0.0));
+    QCOMPARE(line.minThroughput, DBL_MAX);
+    QCOMPARE(line.maxBufferLevel, 0.0);
+    QCOMPARE(line.bufferOverflowCount, quint64(0));
+    QCOMPARE(line.avgThroughput, 531.25);
+    // Long before the first frame: frames start beyond the upper bound.
+    QVERIFY(!line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 90000, kT0 - 89000, 0.0));
+    const QCPRange range(-1.0, 0.0);
     CxCameraLineData empty;
     QVERIFY(!empty.calculateGraphsThrougput(m_min, m_level, &range, 0, 1000, 0.0));
     // Throughput frames left from before a switch to the acquisition mode: no work arrays
@@ -468,31 +460,21 @@ void TestSeries::marginFollowsTheAverageFrameTime()
     QVERIFY(!line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 700, kT0 - 600, 0.0));
 }
 
-void TestSeries::framesOutsideTheMarginsResetTheStatisticsAndFail()
-{
-    CxCameraLineData line;
-    fillKnownStore(line);
-    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
-    // Long after the last frame: nothing selected.
-    QVERIFY(!line.calculateGraphsThrougput(m_min, m_level, nullptr, kT0 + 50000, kT0 + 51000, 0.0));
-    QCOMPARE(line.minThroughput, DBL_MAX);
-    QCOMPARE(line.maxBufferLevel, 0.0);
-    QCOMPARE(line.bufferOverflowCount, quint64(0));
-    QCOMPARE(line.avgThroughput, 531.25); // untouched
-    // Long before the first frame: frames start beyond the upper bound.
-    QVERIFY(!line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 90000, kT0 - 89000, 0.0));
-}
-
-void TestSeries::degenerateFramesCountTowardsTheAverage()
+void TestSeries::degenerateFramesAndEqualSamples()
 {
     CxCameraLineData line;
     line.samplePeriod = 1000;
+    line.requiredThroughput = 500;
     line.cameraBufferSize = 1000;
-    addFrame(line, 1, kT0, {0, 1000});   // 1000 x 2 / 1000 x 250 = 500 MB/s
-    addFrame(line, 2, kT0 + 10, {5000}); // one sample, span 0: infinite
-    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 100, 0.0));
+    addFrame(line, 1, kT0, {0, 500, 500, 1000}); // 1000 x 4 / 1000 x 250 = 1000 MB/s
+    addFrame(line, 2, kT0 + 10, {5000});         // one sample, span 0: infinite
+    const QCPRange range(-1.0, 0.0);
+    QVERIFY(line.calculateGraphsThrougput(m_min, m_level, &range, kT0 - 100, kT0 + 100, 0.0));
     QVERIFY(std::isinf(line.avgThroughput));
-    QCOMPARE(line.minThroughput, 250.0);
+    // Equal samples give an infinite speed that is never the minimum nor drawn.
+    QCOMPARE(line.minThroughput, 500.0);
+    for (const SxPoint& point : points(m_min))
+        QVERIFY(!std::isinf(point.y));
 
     // A frame without samples at all makes it 0 / 0.
     CxCameraLineData second;
@@ -501,20 +483,6 @@ void TestSeries::degenerateFramesCountTowardsTheAverage()
     addFrame(second, 2, kT0 + 10, {});
     QVERIFY(second.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 100, 0.0));
     QVERIFY(std::isnan(second.avgThroughput));
-}
-
-void TestSeries::equalSamplesGiveAnInfiniteSpeedThatIsNeverTheMinimum()
-{
-    CxCameraLineData line;
-    line.samplePeriod = 1000;
-    line.requiredThroughput = 500;
-    line.cameraBufferSize = 1000;
-    addFrame(line, 1, kT0, {0, 500, 500, 1000});
-    const QCPRange range(-1.0, 0.0);
-    QVERIFY(line.calculateGraphsThrougput(m_min, m_level, &range, kT0 - 100, kT0 + 100, 0.0));
-    QCOMPARE(line.minThroughput, 500.0);
-    for (const SxPoint& point : points(m_min))
-        QVERIFY(!std::isinf(point.y));
 }
 
 void TestSeries::relativeTimeWrapsBeyond35Minutes()
@@ -718,10 +686,10 @@ void TestSeries::csvNumbersAreWrittenAsQtWritesThem()
     // Values the fast rounding must hand to the exact path: ties at the sixth digit (which Qt
     // rounds away from zero, to_chars to even) and their neighbours, carries into a new
     // decade, both ends of the fixed notation, zeros, extremes, inf and nan.
-    std::vector<double> values = {1.953125, -1.953125, 1234565.0, 0.5, 2.5e-5, 999999.5, 9999995.0,
-                                  999999.4999999, 0.000099999951, 0.0001, 1e-5, 123456.0, 1e6,
-                                  0.0, -0.0, 5e-324, DBL_MAX, -DBL_MAX, 1e20, 1e-15,
-                                  HUGE_VAL, -HUGE_VAL, std::nan("")};
+    std::vector<double> values = {
+        1.953125,       -1.953125, 1234565.0, 0.5,      2.5e-5,   999999.5,  9999995.0,   999999.4999999,
+        0.000099999951, 0.0001,    1e-5,      123456.0, 1e6,      0.0,       -0.0,        5e-324,
+        DBL_MAX,        -DBL_MAX,  1e20,      1e-15,    HUGE_VAL, -HUGE_VAL, std::nan("")};
     for (const double tie : {1.953125, 1234565.0, 999999.5, 9999995.0, 0.0001220703125})
         for (const double neighbour : {std::nextafter(tie, 0.0), std::nextafter(tie, HUGE_VAL)})
             values.push_back(neighbour);

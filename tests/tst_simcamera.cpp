@@ -6,6 +6,7 @@
 
 #include <QElapsedTimer>
 #include <QtTest>
+#include <climits>
 
 using namespace simtest;
 
@@ -16,12 +17,10 @@ class TestSimCamera : public QObject
 private slots:
     void cleanup() { closeAll(); }
 
-    void configuredPowerOnValuesReplaceDefaults();
-    void writesAnswerTrueOrFalse();
+    void readsAndWritesAnswerWithTheirError();
     void settableQueryWritesNothing();
     void dataProcessingSelectorsAddressTheFrameBufferMode();
     void deviceRegisterFileAnswersThroughItsSelectors();
-    void formatIsLockedWhileAcquiring();
     void startAndTheReversedStop();
     void unknownHandlesAreRefused();
     void refusedParameters();
@@ -31,39 +30,42 @@ private slots:
     void callLogKeepsExactOrderAndTheNewestCalls();
 };
 
-void TestSimCamera::configuredPowerOnValuesReplaceDefaults()
+void TestSimCamera::readsAndWritesAnswerWithTheirError()
 {
-    CxSimCameraConfig config = camera("poweron");
+    CxSimCameraConfig config = camera("params", 400.0, 64, 64);
     config.parameters.insert(QStringLiteral("buffer_policy"), 0);
     config.parameters.insert(QStringLiteral("imgdataformat"), 3);
     KSCORE_HANDLE hCam = open(config);
-    int value = -1;
-    QVERIFY(ksApi_GetParamInt(hCam, "buffer_policy", value));
-    QCOMPARE(value, 0);
-    QVERIFY(ksApi_GetParamInt(hCam, "imgdataformat", value));
-    QCOMPARE(value, 3);
-    QVERIFY(ksApi_GetParamInt(hCam, "test_pattern", value)); // not configured: the default
-    QCOMPARE(value, 0);
+    // The error a write answers with, KS_OK exactly when it answers true.
+    auto set = [hCam](const char* name, int value) {
+        int error = -1;
+        const bool ok = ksApi_SetParamInt(hCam, name, value, &error);
+        return ok == (error == KS_OK) ? error : -1;
+    };
+    auto get = [hCam](const char* name) {
+        int value = 0;
+        return ksApi_GetParamInt(hCam, name, value) ? value : INT_MIN;
+    };
+    // Configured power-on values replace the defaults; the others keep theirs.
+    QCOMPARE(QList<int>({get("buffer_policy"), get("imgdataformat"), get("test_pattern")}),
+             QList<int>({0, 3, 0}));
+    QCOMPARE(set("output_bit_depth", 16), int(KS_OK));
+    QCOMPARE(get("output_bit_depth"), 16);
+    QCOMPARE(set("output_bit_depth", 17), int(KS_ERR_OUT_OF_RANGE));
+    QCOMPARE(set("buffer_policy", 2), int(KS_ERR_OUT_OF_RANGE));
+    QCOMPARE(set("width", 512), int(KS_ERR_READ_ONLY));
+    QCOMPARE(set("counter_value", 1), int(KS_ERR_READ_ONLY));
+    QCOMPARE(set("no_such_parameter", 1), int(KS_ERR_UNKNOWN_PARAMETER));
     int error = KS_OK;
+    int value = 0;
     QVERIFY(!ksApi_GetParamInt(hCam, "no_such_parameter", value, &error));
     QCOMPARE(error, int(KS_ERR_UNKNOWN_PARAMETER));
-}
-
-void TestSimCamera::writesAnswerTrueOrFalse()
-{
-    KSCORE_HANDLE hCam = open(camera("writes"));
-    int error = KS_OK;
-    QVERIFY(ksApi_SetParamInt(hCam, "output_bit_depth", 16, &error));
-    QCOMPARE(error, int(KS_OK));
-    QVERIFY(!ksApi_SetParamInt(hCam, "output_bit_depth", 17, &error));
-    QCOMPARE(error, int(KS_ERR_OUT_OF_RANGE));
-    QVERIFY(!ksApi_SetParamInt(hCam, "buffer_policy", 2, &error));
-    QVERIFY(!ksApi_SetParamInt(hCam, "width", 512, &error));
-    QCOMPARE(error, int(KS_ERR_READ_ONLY));
-    QVERIFY(!ksApi_SetParamInt(hCam, "counter_value", 1, &error));
-    int value = 0;
-    QVERIFY(ksApi_GetParamInt(hCam, "output_bit_depth", value));
-    QCOMPARE(value, 16);
+    // The format is locked while acquiring; other parameters are not.
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    QCOMPARE(set("imgdataformat", 2), int(KS_ERR_LOCKED_WHILE_ACQUIRING));
+    QCOMPARE(set("buffer_policy", 0), int(KS_OK));
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+    QCOMPARE(set("imgdataformat", 2), int(KS_OK));
 }
 
 void TestSimCamera::settableQueryWritesNothing()
@@ -126,18 +128,6 @@ void TestSimCamera::deviceRegisterFileAnswersThroughItsSelectors()
 
     QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_selector", 56));
     QVERIFY(!ksApi_GetParamInt(hCam, "device_unit_register_value", value));
-}
-
-void TestSimCamera::formatIsLockedWhileAcquiring()
-{
-    KSCORE_HANDLE hCam = open(camera("locked", 400.0, 64, 64));
-    QVERIFY(ksApi_StartAcquisition(hCam));
-    int error = KS_OK;
-    QVERIFY(!ksApi_SetParamInt(hCam, "imgdataformat", 3, &error));
-    QCOMPARE(error, int(KS_ERR_LOCKED_WHILE_ACQUIRING));
-    QVERIFY(ksApi_SetParamInt(hCam, "buffer_policy", 0));
-    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
-    QVERIFY(ksApi_SetParamInt(hCam, "imgdataformat", 3));
 }
 
 void TestSimCamera::startAndTheReversedStop()
