@@ -43,8 +43,7 @@ private slots:
 
     void managerOpensConfiguredCamerasAndSignals();
     void closeSignalsWhileTheCameraStillAnswers();
-    void hostAcquisitionSignalsAndRunningState();
-    void imageFormatChangesAreAnnounced();
+    void hostAcquisitionAndFormatSignals();
     void parameterSetFindsParametersAndDescribesTheCamera();
     void commitBatchWritesStagedValuesInOrder();
     void delegateRecordsCallsUntilAHostInstallsItsOwn();
@@ -96,7 +95,7 @@ void TestHostClasses::closeSignalsWhileTheCameraStillAnswers()
     QCOMPARE(CxSimulation::camera(hCam), nullptr);
 }
 
-void TestHostClasses::hostAcquisitionSignalsAndRunningState()
+void TestHostClasses::hostAcquisitionAndFormatSignals()
 {
     CxCameraManager* manager = CxCameraManager::instance();
     KSCORE_HANDLE hCam = open(camera("hostacq", 400.0, 64, 64));
@@ -113,12 +112,7 @@ void TestHostClasses::hostAcquisitionSignalsAndRunningState()
     QCOMPARE(finished[0][0].value<KSCORE_HANDLE>(), hCam);
     QVERIFY(!manager->isCameraRunning(hCam));
     QVERIFY(!manager->stopAcquisition(hCam));
-}
 
-void TestHostClasses::imageFormatChangesAreAnnounced()
-{
-    CxCameraManager* manager = CxCameraManager::instance();
-    KSCORE_HANDLE hCam = open(camera("format"));
     QSignalSpy changed(manager, SIGNAL(imageFormatChanged(KSCORE_HANDLE)));
     QVERIFY(manager->setImageFormat(hCam, 3));
     QCOMPARE(changed.size(), 1);

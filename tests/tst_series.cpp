@@ -242,8 +242,7 @@ private slots:
     void summariesGiveTheResultsOfTheFullWalk();
 
     // Acquisition series
-    void acquisitionPointsFromCounterRecords();
-    void acquisitionMarginIsTenAverageIntervals();
+    void acquisitionPointsAndTheirMargin();
 
     // CSV export
     void csvRowsCarryTheFillAcrossFrames();
@@ -518,7 +517,7 @@ void TestSeries::workArraysAreReusedAcrossRefreshes()
     QCOMPARE(line.bufferCapacity, quint64(7));
 }
 
-void TestSeries::acquisitionPointsFromCounterRecords()
+void TestSeries::acquisitionPointsAndTheirMargin()
 {
     CxCameraLineData line;
     line.measureMode = MeasureModeStandardAcquisition;
@@ -547,23 +546,17 @@ void TestSeries::acquisitionPointsFromCounterRecords()
     // True even when nothing is drawn.
     QVERIFY(line.calculateGraphsAcquisition(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                                             kT0 + 900000, kT0 + 900001, 0.0));
-}
 
-void TestSeries::acquisitionMarginIsTenAverageIntervals()
-{
-    CxCameraLineData line;
-    line.measureMode = MeasureModeStandardAcquisition;
-    for (int i = 0; i < 40; ++i)
-        addRecord(line, kT0 + i * 1000, i);
-    const QCPRange range(-1.0, 0.0);
-    // 10 x 150.7 us exceeds the 1 us span: margin = 150 x 10 = 1500 us around [T0+20000, T0+20001].
+    // The margin is ten average intervals: 10 x 150.7 us exceeds the 1 us span, so records
+    // within 150 x 10 = 1500 us of [T0 + 3000, T0 + 3001] are taken: 2, 3 and 4 ms; the
+    // first only starts the line.
     line.frameTimeAvg = 150.7;
-    QVERIFY(line.calculateGraphsAcquisition(m_min, nullptr, nullptr, nullptr, nullptr, &range, kT0 + 20000,
-                                            kT0 + 20001, 0.0));
-    // Records at 18.5 .. 21.5 ms are taken: 19, 20 and 21 ms; the first only starts the line.
-    QCOMPARE(m_min->dataCount(), 2);
-    QCOMPARE(points(m_min).at(0).y, 20.0);
-    QCOMPARE(points(m_min).at(1).y, 21.0);
+    graphs[0]->data()->clear();
+    QVERIFY(line.calculateGraphsAcquisition(graphs[0], nullptr, nullptr, nullptr, nullptr, &range, kT0 + 3000,
+                                            kT0 + 3001, 0.0));
+    QCOMPARE(graphs[0]->dataCount(), 2);
+    QCOMPARE(points(graphs[0]).at(0).y, 30.0);
+    QCOMPARE(points(graphs[0]).at(1).y, 40.0);
 }
 
 void TestSeries::csvRowsCarryTheFillAcrossFrames()

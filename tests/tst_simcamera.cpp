@@ -21,10 +21,9 @@ private slots:
     void settableQueryWritesNothing();
     void dataProcessingSelectorsAddressTheFrameBufferMode();
     void deviceRegisterFileAnswersThroughItsSelectors();
-    void startAndTheReversedStop();
+    void startAndTheReversedStopWithTheirFaults();
     void unknownHandlesAreRefused();
     void refusedParameters();
-    void refusedStartAndFailingStop();
     void captureFaults_data();
     void captureFaults();
     void callLogKeepsExactOrderAndTheNewestCalls();
@@ -130,19 +129,28 @@ void TestSimCamera::deviceRegisterFileAnswersThroughItsSelectors()
     QVERIFY(!ksApi_GetParamInt(hCam, "device_unit_register_value", value));
 }
 
-void TestSimCamera::startAndTheReversedStop()
+void TestSimCamera::startAndTheReversedStopWithTheirFaults()
 {
     KSCORE_HANDLE hCam = open(camera("startstop", 400.0, 64, 64));
     KS_IMG image;
     int error = KS_OK;
     QVERIFY(!grab(hCam, &image, 10, &error));
     QCOMPARE(error, int(KS_ERR_NOT_ACQUIRING));
+    sim(hCam)->refuseStart(1);
+    QCOMPARE(ksApi_StartAcquisition(hCam), 0);
+    QVERIFY(!sim(hCam)->isAcquiring());
     QVERIFY(ksApi_StartAcquisition(hCam) != 0);
     QCOMPARE(ksApi_StartAcquisition(hCam), 0); // already acquiring
     QVERIFY(grab(hCam, &image));
     QCOMPARE(ksApi_StopAcquisition(hCam), 0);  // zero is success
     QVERIFY(ksApi_StopAcquisition(hCam) != 0); // not acquiring any more
+    // A failing stop stops the camera all the same, so it can start again.
+    QVERIFY(ksApi_StartAcquisition(hCam) != 0);
+    sim(hCam)->failStop(1);
+    QVERIFY(ksApi_StopAcquisition(hCam) != 0);
     QVERIFY(!sim(hCam)->isAcquiring());
+    QVERIFY(ksApi_StartAcquisition(hCam) != 0);
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
 }
 
 void TestSimCamera::unknownHandlesAreRefused()
@@ -191,21 +199,6 @@ void TestSimCamera::refusedParameters()
     QVERIFY(!ksApi_SetParamInt(hCam, "device_unit_selector", 8));
     QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 1));
     QVERIFY(!ksApi_SetParamInt(hCam, "device_unit_selector", 8));
-}
-
-void TestSimCamera::refusedStartAndFailingStop()
-{
-    KSCORE_HANDLE hCam = open(camera("startfault", 400.0, 64, 64));
-    sim(hCam)->refuseStart(1);
-    QCOMPARE(ksApi_StartAcquisition(hCam), 0);
-    QVERIFY(!sim(hCam)->isAcquiring());
-    QVERIFY(ksApi_StartAcquisition(hCam) != 0);
-    sim(hCam)->failStop(1);
-    QVERIFY(ksApi_StopAcquisition(hCam) != 0);
-    // The camera stopped all the same, so it can start again.
-    QVERIFY(!sim(hCam)->isAcquiring());
-    QVERIFY(ksApi_StartAcquisition(hCam) != 0);
-    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
 }
 
 void TestSimCamera::captureFaults_data()
