@@ -94,7 +94,7 @@ double workerNsPerImage(KSCORE_HANDLE hCam, quint64 images)
     QElapsedTimer timer;
     timer.start();
     // A quiet observer: waking every few hundred microseconds to look costs the worker a
-    // third of its time on a virtual machine; the count is taken between two reads anyway.
+    // quarter of its time on a virtual machine; the count is taken between two reads anyway.
     while (camera->capturesDelivered() < first + images)
         QThread::msleep(20);
     const double ns = double(timer.nsecsElapsed()) / double(camera->capturesDelivered() - first);
