@@ -48,14 +48,13 @@ private slots:
     void buffersFollowTheCountAndClearEmptiesAll();
     void framesFollowTheLinkSampleBySample_data();
     void framesFollowTheLinkSampleBySample();
-    void throughputStoreKeepsCapacityPlusOneFrame();
-    void acquisitionStoreKeepsCapacityPlusOneRecord();
+    void storeKeepsCapacityPlusOneRecord_data();
+    void storeKeepsCapacityPlusOneRecord();
     void aNewRunAppendsToThePreviousOne();
 
     // Run lifecycle and threads
     void startIsRefusedWithoutCameraOrWhileRunning();
     void stopWhenIdleOrAlreadyStoppingIsRefused();
-    void failedStartRestoresTheCamera();
     void workerWaitsForTheMutexAndGoesOn();
     void skippedImagesAreLoggedOnceAndCounted_data();
     void skippedImagesAreLoggedOnceAndCounted();
@@ -173,33 +172,34 @@ void TestMeasurement::framesFollowTheLinkSampleBySample()
     QVERIFY(std::llabs(first->timestamp - nowUs) < 60LL * 1000000);
 }
 
-void TestMeasurement::throughputStoreKeepsCapacityPlusOneFrame()
+void TestMeasurement::storeKeepsCapacityPlusOneRecord_data()
 {
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<int>("capacity"); // in samples; a throughput frame holds 512 of them
+    QTest::addColumn<int>("kept");
+    QTest::newRow("throughput") << int(MeasureModeDataThroughput) << 3000000 << 5860; // 5859 plus one
+    // A negative capacity (a hand-edited setting) keeps just the newest frame.
+    QTest::newRow("throughput, negative") << int(MeasureModeDataThroughput) << -1000000 << 1;
+    QTest::newRow("acquisition") << int(MeasureModeStandardAcquisition) << 10 << 11;
+}
+
+void TestMeasurement::storeKeepsCapacityPlusOneRecord()
+{
+    QFETCH(int, mode);
+    QFETCH(int, capacity);
+    QFETCH(int, kept);
     CxSimCameraConfig config = camera("capacity", 400.0, 1024, 1024);
     config.pacing = ExPacing::Replay;
     config.replayFrames = 2;
     KSCORE_HANDLE hCam = open(config);
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    QVERIFY(line->startMeasurement(4096, 3000000));
-    QVERIFY(runUntilDelivered(line.get(), 6000));
-    QCOMPARE(storedFrames(line.get()), 5860); // 3000000 / 512 = 5859, plus one
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureMode(mode)));
+    QVERIFY(line->startMeasurement(4096, capacity));
+    QVERIFY(runUntilDelivered(line.get(), quint64(kept) + 140));
+    QCOMPARE(storedFrames(line.get()) + storedRecords(line.get()), kept);
+    QCOMPARE(line->samplePeriod, 4096u); // stored although the acquisition mode does not use it
     // Oldest dropped first: the store ends with the newest frames in order.
-    QCOMPARE(line->frames.last()->frameNumber - line->frames.first()->frameNumber, 5859u);
-
-    // A negative capacity (a hand-edited setting) keeps just the newest frame.
-    QVERIFY(line->startMeasurement(4096, -1000000));
-    QVERIFY(runUntilDelivered(line.get(), sim(hCam)->capturesDelivered() + 20));
-    QCOMPARE(storedFrames(line.get()), 1);
-}
-
-void TestMeasurement::acquisitionStoreKeepsCapacityPlusOneRecord()
-{
-    KSCORE_HANDLE hCam = open(camera("acqcapacity", 400.0, 128, 128));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureModeStandardAcquisition));
-    QVERIFY(line->startMeasurement(4096, 10));
-    QVERIFY(runUntilDelivered(line.get(), 40));
-    QCOMPARE(storedRecords(line.get()), 11);
-    QCOMPARE(line->samplePeriod, 4096u); // stored although the mode does not use it
+    if (mode == MeasureModeDataThroughput)
+        QCOMPARE(line->frames.last()->frameNumber - line->frames.first()->frameNumber, quint32(kept - 1));
 }
 
 void TestMeasurement::aNewRunAppendsToThePreviousOne()
@@ -263,28 +263,6 @@ void TestMeasurement::stopWhenIdleOrAlreadyStoppingIsRefused()
     QVERIFY(timer.elapsed() < 5000); // within the capture time-out
     QVERIFY(!line->stopMeasurement());
     QVERIFY(line->stopRequested); // stays set until the next start
-}
-
-void TestMeasurement::failedStartRestoresTheCamera()
-{
-    KSCORE_HANDLE hCam = open(camera("nostart", 400.0, 256, 256));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    sim(hCam)->refuseStart(1);
-    CxCriticalLog log;
-    sim(hCam)->clearCallLog();
-    QVERIFY(!line->startMeasurement(4096, 1000));
-    QVERIFY(!line->isMeasurementRunning());
-    QCOMPARE(line->acquisitionThread, nullptr);
-    QVERIFY(log.contains(
-        250, QStringLiteral("CxCameraLineData::startMeasurement(): ksApi_StartAcquisition failed")));
-    const QStringList all = calls(hCam);
-    const int start = all.indexOf(QStringLiteral("start"));
-    QCOMPARE(all.mid(start - 2, 2), QStringList({"set ts_rst_mode 0", "set ts_rst_source 19"}));
-    QCOMPARE(all.mid(start + 1, 3),
-             QStringList({"set device_unit_selector 1", "set device_unit_register_selector 55",
-                          "set device_unit_register_value 1"}));
-    QCOMPARE(all.last(), QStringLiteral("set dp_param_value 10"));
-    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
 }
 
 void TestMeasurement::workerWaitsForTheMutexAndGoesOn()

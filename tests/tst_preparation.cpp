@@ -61,51 +61,42 @@ class TestPreparation : public QObject
 private slots:
     void cleanup() { closeAll(); }
 
-    void throughputSetupWritesInOrder();
-    void throughputRestoreWritesSavedValuesBack();
+    void refusedStartRunsSetupAndRestoreInOrder();
     void refusedBufferPolicyRestoresAllNineSavedValues();
     void frameBufferLeftAloneWhenSelectorsAreNotSettable();
     void deviceRegisterFlagNeedsAllThreeWrites();
     void acquisitionSetupProbesCountersAndBufferPolicy();
-    void acquisitionSetupFailure();
-    void unknownModeIsRefused();
     void transportSpeed_data();
     void transportSpeed();
     void bufferSizeFallsBackWhenUnreadable();
-    void failureLogLineFormat();
+    void setupFailureIsLoggedWhereItHappens_data();
+    void setupFailureIsLoggedWhereItHappens();
 };
 
-void TestPreparation::throughputSetupWritesInOrder()
+void TestPreparation::refusedStartRunsSetupAndRestoreInOrder()
 {
     CxSimCameraConfig config = camera("setup");
     config.bufferSize = 9000000;
     KSCORE_HANDLE hCam = open(config);
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    line->autoTransport = false;
+    sim(hCam)->refuseStart(1);
+    CxCriticalLog log;
     sim(hCam)->clearCallLog();
-    QVERIFY(line->setupCameraParameters());
+    QVERIFY(!line->startMeasurement(4096, 1000));
+    // The time stamps are reset just before the start. The frame-buffer value goes back to
+    // whatever is selected: the buffer size, after setup.
     QCOMPARE(calls(hCam), kSaveReads + kThroughputWrites + kFrameBufferQueries + kFrameBufferWrites +
-                              kDeviceRegisterWrites + kBufferSizeRead);
-    QVERIFY(line->frameBufferModeChanged);
-    QVERIFY(line->deviceRegisterChanged);
+                              kDeviceRegisterWrites + kBufferSizeRead +
+                              QStringList({"set ts_rst_mode 0", "set ts_rst_source 19", "start"}) +
+                              kRestoreDeviceRegister + kRestoreSavedValues +
+                              QStringList("set dp_param_value 10"));
+    QVERIFY(log.contains(
+        250, QStringLiteral("CxCameraLineData::startMeasurement(): ksApi_StartAcquisition failed")));
+    QVERIFY(!line->isMeasurementRunning());
+    QCOMPARE(line->acquisitionThread, nullptr);
     QCOMPARE(line->cameraBufferSize, 9000000);
-    QCOMPARE(line->savedBufferPolicy, 1);
-    QCOMPARE(line->savedOutputBitDepth, 12);
-    QCOMPARE(line->savedColumnFpnCorrection, 1);
-}
-
-void TestPreparation::throughputRestoreWritesSavedValuesBack()
-{
-    KSCORE_HANDLE hCam = open(camera("restore"));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    QVERIFY(line->setupCameraParameters());
-    sim(hCam)->clearCallLog();
-    line->restoreCameraParameters();
-    // The frame-buffer value goes to whatever is selected: the buffer size, after setup.
-    QCOMPARE(calls(hCam),
-             kRestoreDeviceRegister + kRestoreSavedValues + QStringList{"set dp_param_value 10"});
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
-    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("buffer_policy")), 1);
-    QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("test_pattern")), 0);
 }
 
 void TestPreparation::refusedBufferPolicyRestoresAllNineSavedValues()
@@ -205,32 +196,6 @@ void TestPreparation::acquisitionSetupProbesCountersAndBufferPolicy()
     QVERIFY(!line->IsCounterSupported(KS_CNT_API_SKIP));
 }
 
-void TestPreparation::acquisitionSetupFailure()
-{
-    KSCORE_HANDLE hCam = open(camera("acqfail"));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureModeStandardAcquisition));
-    sim(hCam)->refuseParamValue(QStringLiteral("buffer_policy"), 0);
-    CxCriticalLog log;
-    sim(hCam)->clearCallLog();
-    QVERIFY(!line->startMeasurement(4096, 10));
-    QVERIFY(
-        log.contains(460, QStringLiteral("ksApi_SetParamInt(KS_PRM_BUFFER_POLICY, KS_BP_UNSAFE) failed")));
-    QCOMPARE(calls(hCam).last(), QStringLiteral("set buffer_policy 1"));
-}
-
-void TestPreparation::unknownModeIsRefused()
-{
-    KSCORE_HANDLE hCam = open(camera("unknownmode"));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureMode(2)));
-    line->autoTransport = false;
-    CxCriticalLog log;
-    sim(hCam)->clearCallLog();
-    QVERIFY(!line->startMeasurement(4096, 10));
-    QVERIFY(log.contains(
-        466, QStringLiteral("CxCameraLineData::setupCameraParameters(): Unknown measurement mode")));
-    QVERIFY(calls(hCam).isEmpty()); // neither setup nor restore touches the camera
-}
-
 void TestPreparation::transportSpeed_data()
 {
     // Faults as "get NAME [COUNT]" (reads refused) or "set NAME VALUE [COUNT]" (writes of
@@ -316,18 +281,50 @@ void TestPreparation::bufferSizeFallsBackWhenUnreadable()
     QCOMPARE(line->cameraBufferSize, 0); // the reader writes no field
 }
 
-void TestPreparation::failureLogLineFormat()
+void TestPreparation::setupFailureIsLoggedWhereItHappens_data()
 {
-    KSCORE_HANDLE hCam = open(camera("logformat"));
-    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    sim(hCam)->refuseParam(QStringLiteral("imgdataformat"), ExParamOp::Set, 1);
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QString>("refused"); // "NAME VALUE": that write refused once
+    QTest::addColumn<int>("place");       // the log line's source line
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("lastCall"); // of the restore that follows
+    QTest::newRow("throughput: format")
+        << int(MeasureModeDataThroughput) << "imgdataformat 7" << 364
+        << "ksApi_SetParamInt(KS_PRM_IMAGE_DATA_FORMAT, KS_FRM_TRANSPORT_DATA) failed"
+        << "set LUTEnable 0";
+    QTest::newRow("acquisition: buffer policy")
+        << int(MeasureModeStandardAcquisition) << "buffer_policy 0" << 460
+        << "ksApi_SetParamInt(KS_PRM_BUFFER_POLICY, KS_BP_UNSAFE) failed"
+        << "set buffer_policy 1";
+    // Neither setup nor restore touches the camera.
+    QTest::newRow("unknown mode") << 2 << QString() << 466 << "Unknown measurement mode" << QString();
+}
+
+void TestPreparation::setupFailureIsLoggedWhereItHappens()
+{
+    QFETCH(int, mode);
+    QFETCH(QString, refused);
+    QFETCH(int, place);
+    QFETCH(QString, message);
+    QFETCH(QString, lastCall);
+    KSCORE_HANDLE hCam = open(camera("failing"));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureMode(mode)));
+    line->autoTransport = false;
+    if (!refused.isEmpty())
+        sim(hCam)->refuseParamValue(refused.section(' ', 0, 0), refused.section(' ', 1).toInt(), 1);
     CxCriticalLog log;
-    QVERIFY(!line->setupCameraParameters());
+    sim(hCam)->clearCallLog();
+    QVERIFY(!line->startMeasurement(4096, 10));
     QCOMPARE(log.messages().size(), 1);
-    // Thread id, source path, "L", line, ":", an empty text, the message.
+    // Thread id, source path, "L", line, ":", an empty text, the message in quotes.
     const QRegularExpression format(QStringLiteral(
-        R"(^0x[0-9a-f]+ plugins/kspDataThroughputGraph/CameraLineData L 364 :\s+"CxCameraLineData::setupCameraParameters\(\): ksApi_SetParamInt\(KS_PRM_IMAGE_DATA_FORMAT, KS_FRM_TRANSPORT_DATA\) failed"$)"));
-    QVERIFY2(format.match(log.messages().first()).hasMatch(), qPrintable(log.messages().first()));
+        R"re(^0x[0-9a-f]+ plugins/kspDataThroughputGraph/CameraLineData L (\d+) :\s+"CxCameraLineData::setupCameraParameters\(\): (.*)"$)re"));
+    const QRegularExpressionMatch match = format.match(log.messages().first());
+    QVERIFY2(match.hasMatch(), qPrintable(log.messages().first()));
+    QCOMPARE(match.captured(1).toInt(), place);
+    QCOMPARE(match.captured(2), message);
+    const QStringList all = calls(hCam);
+    QCOMPARE(all.isEmpty() ? QString() : all.last(), lastCall);
 }
 
 QTEST_GUILESS_MAIN(TestPreparation)

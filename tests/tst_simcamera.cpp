@@ -18,9 +18,8 @@ private slots:
     void cleanup() { closeAll(); }
 
     void readsAndWritesAnswerWithTheirError();
-    void settableQueryWritesNothing();
-    void dataProcessingSelectorsAddressTheFrameBufferMode();
-    void deviceRegisterFileAnswersThroughItsSelectors();
+    void selectorsAndQueriesAddressTheirCells_data();
+    void selectorsAndQueriesAddressTheirCells();
     void startAndTheReversedStopWithTheirFaults();
     void unknownHandlesAreRefused();
     void refusedParameters();
@@ -67,66 +66,44 @@ void TestSimCamera::readsAndWritesAnswerWithTheirError()
     QCOMPARE(set("imgdataformat", 2), int(KS_OK));
 }
 
-void TestSimCamera::settableQueryWritesNothing()
+void TestSimCamera::selectorsAndQueriesAddressTheirCells_data()
 {
-    KSCORE_HANDLE hCam = open(camera("settable"));
-    QVERIFY(ksApi_SetParamInt(hCam, "test_pattern:settable", 11));
-    QVERIFY(!ksApi_SetParamInt(hCam, "test_pattern:settable", 99));
-    QVERIFY(!ksApi_SetParamInt(hCam, "width:settable", 1024));
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_unit_selector:settable", 1));
-    int value = -1;
-    QVERIFY(ksApi_GetParamInt(hCam, "test_pattern", value));
-    QCOMPARE(value, 0);
-    // A query for a selector-addressed value asks the cell behind the selectors.
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_selector", 6));
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_value:settable", 9));
-    QVERIFY(!ksApi_SetParamInt(hCam, "dp_param_value:settable", 3));
-    QVERIFY(ksApi_GetParamInt(hCam, "dp_param_value", value));
-    QCOMPARE(value, 10);
+    // Steps "NAME=VALUE" write and "NAME?VALUE" read that value; a trailing "!": the call fails.
+    QTest::addColumn<QString>("steps");
+    QTest::newRow(":settable queries write nothing")
+        << "test_pattern:settable=11 test_pattern:settable=99! width:settable=1024! "
+           "dp_unit_selector:settable=1 "
+           "test_pattern?0 dp_param_selector=6 dp_param_value:settable=9 dp_param_value:settable=3! "
+           "dp_param_value?10";
+    // With the buffer size selected, a write of 10 goes to that read-only cell and fails; the
+    // frame-buffer mode keeps 9. A selection with nothing behind it answers false.
+    QTest::newRow("frame-buffer mode") << "dp_unit_selector=1 dp_proc_selector=5 dp_param_selector=6 "
+                                          "dp_param_value?10 dp_param_value=9 dp_param_selector=7 "
+                                          "dp_param_value=10! dp_param_selector=6 dp_param_value?9 "
+                                          "dp_unit_selector=3 dp_param_value?!";
+    // Unit 8 register 4096 holds the sensor's rate, read-only; unit 1 register 55 is writable.
+    QTest::newRow("device registers")
+        << "device_unit_selector=8 device_unit_register_selector=4096 device_unit_register_value?612 "
+           "device_unit_register_value=1! device_unit_selector=1 device_unit_register_selector=55 "
+           "device_unit_register_value=25000 device_unit_register_value?25000 "
+           "device_unit_register_selector=56 device_unit_register_value?!";
 }
 
-void TestSimCamera::dataProcessingSelectorsAddressTheFrameBufferMode()
+void TestSimCamera::selectorsAndQueriesAddressTheirCells()
 {
-    KSCORE_HANDLE hCam = open(camera("framebuffer"));
-    int value = 0;
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_unit_selector", 1));
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_proc_selector", 5));
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_selector", 6));
-    QVERIFY(ksApi_GetParamInt(hCam, "dp_param_value", value));
-    QCOMPARE(value, 10);
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_value", 9));
-    // After selecting the buffer size, a write of 10 goes to that read-only cell and fails;
-    // the frame-buffer mode keeps 9.
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_selector", 7));
-    QVERIFY(!ksApi_SetParamInt(hCam, "dp_param_value", 10));
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_param_selector", 6));
-    QVERIFY(ksApi_GetParamInt(hCam, "dp_param_value", value));
-    QCOMPARE(value, 9);
-    // A selection with nothing behind it answers false.
-    QVERIFY(ksApi_SetParamInt(hCam, "dp_unit_selector", 3));
-    QVERIFY(!ksApi_GetParamInt(hCam, "dp_param_value", value));
-}
-
-void TestSimCamera::deviceRegisterFileAnswersThroughItsSelectors()
-{
-    CxSimCameraConfig config = camera("registers");
+    QFETCH(QString, steps);
+    CxSimCameraConfig config = camera("cells");
     config.sensor.dataRateMBps = 612.0;
     KSCORE_HANDLE hCam = open(config);
-    int value = 0;
-    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 8));
-    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_selector", 4096));
-    QVERIFY(ksApi_GetParamInt(hCam, "device_unit_register_value", value));
-    QCOMPARE(value, 612);
-    QVERIFY(!ksApi_SetParamInt(hCam, "device_unit_register_value", 1));
-
-    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 1));
-    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_selector", 55));
-    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_value", 25000));
-    QVERIFY(ksApi_GetParamInt(hCam, "device_unit_register_value", value));
-    QCOMPARE(value, 25000);
-
-    QVERIFY(ksApi_SetParamInt(hCam, "device_unit_register_selector", 56));
-    QVERIFY(!ksApi_GetParamInt(hCam, "device_unit_register_value", value));
+    for (const QString& step : steps.split(' ')) {
+        const int at = step.indexOf(QRegularExpression(QStringLiteral("[=?]")));
+        const QByteArray name = step.left(at).toLatin1();
+        const int expected = QString(step.mid(at + 1)).remove('!').toInt();
+        int value = expected;
+        const bool ok = step[at] == '=' ? ksApi_SetParamInt(hCam, name.constData(), expected)
+                                        : ksApi_GetParamInt(hCam, name.constData(), value);
+        QVERIFY2(ok != step.endsWith('!') && value == expected, qPrintable(step));
+    }
 }
 
 void TestSimCamera::startAndTheReversedStopWithTheirFaults()
