@@ -154,6 +154,13 @@ inline int storedFrames(CxCameraLineData* line)
     return line->frames.size();
 }
 
+// Frames or counter records, whichever the line's mode stores.
+inline int storedRecords(CxCameraLineData* line)
+{
+    QMutexLocker lock(&line->dataMutex);
+    return line->frames.size() + line->counterSamples.size();
+}
+
 // The time stamp of the newest stored frame, 0 without one.
 inline long long newestTimestamp(CxCameraLineData* line)
 {

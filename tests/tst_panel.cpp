@@ -47,13 +47,6 @@ template <typename T> T* cellWidgetChild(CxDataGraphForm* form, int row, int col
     return cell ? qobject_cast<T*>(cell->layout()->itemAt(index)->widget()) : nullptr;
 }
 
-// Frames or counter records, whichever the line's mode stores.
-int storedRecords(CxCameraLineData* line)
-{
-    QMutexLocker lock(&line->dataMutex);
-    return line->frames.size() + line->counterSamples.size();
-}
-
 QStringList graphNames(CxDataGraphForm* form)
 {
     QStringList names;
@@ -112,8 +105,7 @@ private slots:
     void acquisitionLayoutShowsFormatAndCounters();
     void throughputRunFillsStatisticsAndSeries();
     void startAllRollsBackWhenACameraFails();
-    void zoomAndPanMoveEveryCameraTogether();
-    void graphBoxesChooseThePlots();
+    void plotsFollowTheirBoxesAndMoveTogether();
     void setupDialogConvertsAndApplies_data();
     void setupDialogConvertsAndApplies();
     void settingsRoundTripAndNeverHurtARun_data();
@@ -361,11 +353,12 @@ void TestPanel::startAllRollsBackWhenACameraFails()
     QVERIFY(form.findChildren<QMessageBox*>().isEmpty());
 }
 
-void TestPanel::zoomAndPanMoveEveryCameraTogether()
+void TestPanel::plotsFollowTheirBoxesAndMoveTogether()
 {
-    openSmall("z1");
-    openSmall("z2");
+    const KSCORE_HANDLE a = openSmall("g1");
+    const KSCORE_HANDLE b = openSmall("g2");
     CxDataGraphForm form;
+    form.show();
     const QList<QCPAxisRect*> rects = plotOf(&form)->axisRects();
     QCOMPARE(rects.size(), 2);
 
@@ -389,17 +382,10 @@ void TestPanel::zoomAndPanMoveEveryCameraTogether()
     form.GetTimeAxisRange(&from, &to);
     QCOMPARE(to - from, qint64(20000000));
     QCOMPARE(to, form.timeAxisReference);
-}
 
-void TestPanel::graphBoxesChooseThePlots()
-{
-    const KSCORE_HANDLE a = openSmall("g1");
-    const KSCORE_HANDLE b = openSmall("g2");
-    CxDataGraphForm form;
-    form.show();
+    // The graph boxes choose the plots.
     auto* boxA = cellWidgetChild<QCheckBox>(&form, 0, Tp::colGraph, 0);
     auto* boxB = cellWidgetChild<QCheckBox>(&form, 1, Tp::colGraph, 0);
-
     boxA->click();
     QCOMPARE(plotOrder(&form), QList<KSCORE_HANDLE>({b}));
     QVERIFY(!form.cameraLines.value(a)->plotEnabled);

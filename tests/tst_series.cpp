@@ -237,7 +237,7 @@ private slots:
     void marginFollowsTheAverageFrameTime();
     void degenerateFramesAndEqualSamples();
     void relativeTimeWrapsBeyond35Minutes();
-    void workArraysAreReusedAcrossRefreshes();
+    void workArraysFollowTheFramesUntilClearData();
     void summariesGiveTheResultsOfTheFullWalk_data();
     void summariesGiveTheResultsOfTheFullWalk();
 
@@ -245,11 +245,10 @@ private slots:
     void acquisitionPointsAndTheirMargin();
 
     // CSV export
-    void csvRowsCarryTheFillAcrossFrames();
-    void csvRowsFollowTheRange();
+    void csvRows_data();
+    void csvRows();
     void csvClosingTheDialogCancels();
     void csvWritesNothingInAcquisitionModeOrForAnUnopenableFile();
-    void csvSpeedsPerIntervalInfiniteAndNotANumber();
     void csvNumbersAreWrittenAsQtWritesThem();
 
     // End to end
@@ -502,12 +501,14 @@ void TestSeries::relativeTimeWrapsBeyond35Minutes()
     QVERIFY(mins[0].x > 2000.0);
 }
 
-void TestSeries::workArraysAreReusedAcrossRefreshes()
+void TestSeries::workArraysFollowTheFramesUntilClearData()
 {
     CxCameraLineData line;
+    line.clearData(); // on an empty line: nothing to free
     fillKnownStore(line);
     QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
     double* speeds = line.speedsBuffer;
+    QVERIFY(speeds && line.bufferDeltasBuffer && line.offsetsBuffer);
     QCOMPARE(line.bufferCapacity, quint64(4)); // the first frame's sample count minus one
     QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
     QCOMPARE(line.speedsBuffer, speeds);
@@ -515,6 +516,22 @@ void TestSeries::workArraysAreReusedAcrossRefreshes()
     addFrame(line, 9, kT0 + 1500, {0, 250, 500, 750, 1000, 1250, 1500, 1750});
     QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
     QCOMPARE(line.bufferCapacity, quint64(7));
+    QVERIFY(line.AllocateBuffers(100));
+    QCOMPARE(line.bufferCapacity, quint64(100));
+
+    // The acquisition mode needs none.
+    CxCameraLineData acquisition;
+    acquisition.measureMode = MeasureModeStandardAcquisition;
+    QVERIFY(acquisition.AllocateBuffers(511));
+    QCOMPARE(acquisition.speedsBuffer, nullptr);
+    QCOMPARE(acquisition.bufferCapacity, quint64(0));
+
+    addRecord(line, kT0, 0);
+    line.clearData();
+    QVERIFY(line.frames.isEmpty() && line.counterSamples.isEmpty());
+    QCOMPARE(line.speedsBuffer, nullptr);
+    QCOMPARE(line.offsetsBuffer, nullptr);
+    QCOMPARE(line.bufferCapacity, quint64(0));
 }
 
 void TestSeries::acquisitionPointsAndTheirMargin()
@@ -559,39 +576,51 @@ void TestSeries::acquisitionPointsAndTheirMargin()
     QCOMPARE(points(graphs[0]).at(1).y, 40.0);
 }
 
-void TestSeries::csvRowsCarryTheFillAcrossFrames()
+void TestSeries::csvRows_data()
 {
-    CxCameraLineData line;
-    line.cameraName = QStringLiteral("left");
-    fillKnownStore(line);
-    const QString path = m_dir.filePath(QStringLiteral("all.csv"));
-    line.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 2000);
-    QCOMPARE(readFile(path), kHeader + "7,1,1000,4001000,500,1000,0,0\n"
-                                       "7,5,1000,4005000,500,250,1000,100\n"
-                                       "7,15,1000,4015000,500,100,1000,100\n"
-                                       "7,16,1000,4016000,500,1000,500,50\n"
-                                       "8,2,1000,8002000,500,500,500,50\n"
-                                       "8,4,1000,8004000,500,500,500,50\n");
+    QTest::addColumn<int>("store");   // 0: the known store; 1: one sample; 2: a long interval, equal samples
+    QTest::addColumn<qint64>("from"); // exported from T0 + from to T0 + to
+    QTest::addColumn<qint64>("to");
+    QTest::addColumn<QByteArray>("rows");
+    QTest::newRow("fill carried across frames") << 0 << qint64(-100) << qint64(2000)
+                                                << QByteArray("7,1,1000,4001000,500,1000,0,0\n"
+                                                              "7,5,1000,4005000,500,250,1000,100\n"
+                                                              "7,15,1000,4015000,500,100,1000,100\n"
+                                                              "7,16,1000,4016000,500,1000,500,50\n"
+                                                              "8,2,1000,8002000,500,500,500,50\n"
+                                                              "8,4,1000,8004000,500,500,500,50\n");
+    // Rows before T0 + 10 are skipped, but the interval of the next row starts at the skipped
+    // sample; the fill starts at 0 with the first exported row.
+    QTest::newRow("from T0 + 10 us") << 0 << qint64(10) << qint64(15)
+                                     << QByteArray("7,15,1000,4015000,500,100,1000,100\n");
+    QTest::newRow("after the last frame") << 0 << qint64(50000) << qint64(60000) << QByteArray();
+    QTest::newRow("a frame of one sample") << 1 << qint64(-100) << qint64(100) << QByteArray();
+    // Intervals of 250 ticks on both sides of one 2^20 ticks longer, each with its own speed.
+    QTest::newRow("speeds per interval, inf and nan")
+        << 2 << qint64(-100) << qint64(5000)
+        << QByteArray("4,1,1000,1000,500,1000,0,0\n"
+                      "4,4196,1000,4196304,500,0.238362,1000,100\n"
+                      "4,4197,1000,4197304,500,1000,500,50\n"
+                      "4,4197,1000,4197304,500,inf,nan,nan\n");
 }
 
-void TestSeries::csvRowsFollowTheRange()
+void TestSeries::csvRows()
 {
+    QFETCH(int, store);
+    QFETCH(qint64, from);
+    QFETCH(qint64, to);
+    QFETCH(QByteArray, rows);
     CxCameraLineData line;
     fillKnownStore(line);
-    const QString path = m_dir.filePath(QStringLiteral("range.csv"));
-    // Rows before T0 + 10 are skipped, but the interval of the next row starts at the
-    // skipped sample; the fill starts at 0 with the first exported row.
-    line.exportDataToFile(path, nullptr, kT0 + 10, kT0 + 15);
-    QCOMPARE(readFile(path), kHeader + "7,15,1000,4015000,500,100,1000,100\n");
-    line.exportDataToFile(path, nullptr, kT0 + 50000, kT0 + 60000);
-    QCOMPARE(readFile(path), kHeader);
-    // A frame with a single sample writes nothing.
-    CxCameraLineData single;
-    single.samplePeriod = 1000;
-    single.cameraBufferSize = 1000;
-    addFrame(single, 3, kT0, {123});
-    single.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 100);
-    QCOMPARE(readFile(path), kHeader);
+    if (store != 0) {
+        qDeleteAll(line.frames);
+        line.frames.clear();
+        addFrame(line, store == 1 ? 3 : 4, kT0,
+                 store == 1 ? QVector<quint64>{123} : QVector<quint64>{0, 250, 1049076, 1049326, 1049326});
+    }
+    const QString path = m_dir.filePath(QStringLiteral("report.csv"));
+    line.exportDataToFile(path, nullptr, kT0 + from, kT0 + to);
+    QCOMPARE(readFile(path), kHeader + rows);
 }
 
 void TestSeries::csvClosingTheDialogCancels()
@@ -656,22 +685,6 @@ void TestSeries::csvWritesNothingInAcquisitionModeOrForAnUnopenableFile()
     line.exportDataToFile(m_dir.filePath(QStringLiteral("no/such/dir/x.csv")), &window, kT0 - 100,
                           kT0 + 2000);
     QVERIFY2(shown.startsWith(QStringLiteral("The report could not be written to ")), qPrintable(shown));
-}
-
-void TestSeries::csvSpeedsPerIntervalInfiniteAndNotANumber()
-{
-    CxCameraLineData line;
-    line.samplePeriod = 1000;
-    line.requiredThroughput = 500;
-    line.cameraBufferSize = 1000;
-    // Intervals of 250 ticks on both sides of one 2^20 ticks longer, each with its own speed.
-    addFrame(line, 4, kT0, {0, 250, 1049076, 1049326, 1049326});
-    const QString path = m_dir.filePath(QStringLiteral("inf.csv"));
-    line.exportDataToFile(path, nullptr, kT0 - 100, kT0 + 5000);
-    QCOMPARE(readFile(path), kHeader + "4,1,1000,1000,500,1000,0,0\n"
-                                       "4,4196,1000,4196304,500,0.238362,1000,100\n"
-                                       "4,4197,1000,4197304,500,1000,500,50\n"
-                                       "4,4197,1000,4197304,500,inf,nan,nan\n");
 }
 
 void TestSeries::csvNumbersAreWrittenAsQtWritesThem()
