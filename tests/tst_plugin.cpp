@@ -17,13 +17,12 @@ class TestPlugin : public QObject
     Q_OBJECT
 
 private slots:
-    void metadataNamesThePluginAndItsInterface();
-    void factoryAndInterfaceCastAsTheHostUsesThem();
+    void loaderReadsTheMetadataAndCastsAsTheHostDoes();
     void initDocksThePanelAndSettingsPassThroughTheGroup();
     void whatIsNotOurPluginIsRejected();
 };
 
-void TestPlugin::metadataNamesThePluginAndItsInterface()
+void TestPlugin::loaderReadsTheMetadataAndCastsAsTheHostDoes()
 {
     QPluginLoader loader(QStringLiteral(PLUGIN_PATH));
     const QJsonObject meta = loader.metaData();
@@ -31,11 +30,7 @@ void TestPlugin::metadataNamesThePluginAndItsInterface()
              QStringLiteral("invalid.quorvane.Lumorix.CxDataThroughputGraphPlugin"));
     QCOMPARE(meta.value("className").toString(), QStringLiteral("CxDataThroughputGraphPlugin"));
     QVERIFY2(!meta.contains("MetaData"), "the plug-in carries no JSON metadata of its own");
-}
 
-void TestPlugin::factoryAndInterfaceCastAsTheHostUsesThem()
-{
-    QPluginLoader loader(QStringLiteral(PLUGIN_PATH));
     QObject* root = loader.instance();
     QVERIFY2(root, qPrintable(loader.errorString()));
     QCOMPARE(loader.instance(), root);

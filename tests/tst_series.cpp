@@ -233,8 +233,7 @@ private slots:
     // Throughput series
     void knownStorePointsAndStatistics_data();
     void knownStorePointsAndStatistics();
-    void statisticsWithoutGraphsOrFrames();
-    void marginFollowsTheAverageFrameTime();
+    void statisticsWithoutGraphsOrFramesAndTheMargin();
     void degenerateFramesAndEqualSamples();
     void relativeTimeWrapsBeyond35Minutes();
     void workArraysFollowTheFramesUntilClearData();
@@ -413,7 +412,7 @@ void TestSeries::knownStorePointsAndStatistics()
     QCOMPARE(line.avgThroughput, (312.5 + 750.0) / 2);
 }
 
-void TestSeries::statisticsWithoutGraphsOrFrames()
+void TestSeries::statisticsWithoutGraphsOrFramesAndTheMargin()
 {
     CxCameraLineData line;
     fillKnownStore(line);
@@ -440,12 +439,8 @@ void TestSeries::statisticsWithoutGraphsOrFrames()
     // exist in that mode, and nothing is drawn.
     line.measureMode = MeasureModeStandardAcquisition;
     QVERIFY(!line.calculateGraphsThrougput(m_min, m_level, &range, kT0 - 100, kT0 + 2000, 0.0));
-}
+    line.measureMode = MeasureModeDataThroughput;
 
-void TestSeries::marginFollowsTheAverageFrameTime()
-{
-    CxCameraLineData line;
-    fillKnownStore(line);
     // A 100 us span: with frames of 20 us on average the margin is the span itself, so a
     // visible range ending 50 us before frame 7 still takes it in, but not frame 8.
     QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 150, kT0 - 50, 0.0));
