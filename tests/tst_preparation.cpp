@@ -158,7 +158,7 @@ void TestPreparation::deviceRegisterFlagNeedsAllThreeWrites()
         !log.contains(QStringLiteral("set device_unit_register_value 25000"))); // not tried after a failure
     sim(hCam)->clearCallLog();
     line->restoreCameraParameters();
-    QCOMPARE(calls(hCam).first(), QStringLiteral("set test_pattern 0"));
+    QCOMPARE(calls(hCam).value(0), QStringLiteral("set test_pattern 0"));
 
     // Once set, the flag survives a later setup whose register writes fail.
     QVERIFY(line->setupCameraParameters());
@@ -324,7 +324,7 @@ void TestPreparation::setupFailureIsLoggedWhereItHappens()
     QCOMPARE(match.captured(1).toInt(), place);
     QCOMPARE(match.captured(2), message);
     const QStringList all = calls(hCam);
-    QCOMPARE(all.isEmpty() ? QString() : all.last(), lastCall);
+    QCOMPARE(all.value(all.size() - 1), lastCall);
 }
 
 QTEST_GUILESS_MAIN(TestPreparation)
