@@ -47,6 +47,9 @@ template <typename T> T* cellWidgetChild(CxDataGraphForm* form, int row, int col
     return cell ? qobject_cast<T*>(cell->layout()->itemAt(index)->widget()) : nullptr;
 }
 
+const QStringList kSettingsKeys = {"DTGTSamplePeriod", "DTGTMaxSamples", "DTGTExportType", "DTGTMeasMode",
+                                   "DTGTLiveGraph"};
+
 QStringList graphNames(CxDataGraphForm* form)
 {
     QStringList names;
@@ -584,9 +587,8 @@ void TestPanel::settingsRoundTripAndNeverHurtARun_data()
                                     << QList<int>{0, 0, 1, 0, 0};
     auto everyKey = [](const QVariant& value) {
         QVariantMap map;
-        for (const char* key :
-             {"DTGTSamplePeriod", "DTGTMaxSamples", "DTGTExportType", "DTGTMeasMode", "DTGTLiveGraph"})
-            map.insert(QLatin1String(key), value);
+        for (const QString& key : kSettingsKeys)
+            map.insert(key, value);
         return map;
     };
     QTest::newRow("text everywhere") << everyKey(QStringLiteral("fast")) << QList<int>{0, 0, 1, 0, 0};
@@ -630,10 +632,8 @@ void TestPanel::settingsRoundTripAndNeverHurtARun()
     form->saveSettings(&settings);
     settings.sync();
     QSettings reread(dir.filePath("host.ini"), QSettings::IniFormat);
-    const QStringList keys = {"DTGTSamplePeriod", "DTGTMaxSamples", "DTGTExportType", "DTGTMeasMode",
-                              "DTGTLiveGraph"};
     QList<int> saved;
-    for (const QString& key : keys) {
+    for (const QString& key : kSettingsKeys) {
         bool isInt = false;
         saved << reread.value(key).toString().toInt(&isInt);
         QVERIFY2(isInt, qPrintable(key));

@@ -71,10 +71,9 @@ void TestSimCamera::selectorsAndQueriesAddressTheirCells_data()
     // Steps "NAME=VALUE" write and "NAME?VALUE" read that value; a trailing "!": the call fails.
     QTest::addColumn<QString>("steps");
     QTest::newRow(":settable queries write nothing")
-        << "test_pattern:settable=11 test_pattern:settable=99! width:settable=1024! "
-           "dp_unit_selector:settable=1 "
-           "test_pattern?0 dp_param_selector=6 dp_param_value:settable=9 dp_param_value:settable=3! "
-           "dp_param_value?10";
+        << "test_pattern:settable=11 test_pattern:settable=99! width:settable=1024! test_pattern?0 "
+           "dp_unit_selector:settable=1 dp_param_selector=6 dp_param_value:settable=9 "
+           "dp_param_value:settable=3! dp_param_value?10";
     // With the buffer size selected, a write of 10 goes to that read-only cell and fails; the
     // frame-buffer mode keeps 9. A selection with nothing behind it answers false.
     QTest::newRow("frame-buffer mode") << "dp_unit_selector=1 dp_proc_selector=5 dp_param_selector=6 "
