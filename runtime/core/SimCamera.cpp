@@ -12,12 +12,31 @@
 #include <deque>
 #include <random>
 #include <vector>
+#if defined(__SANITIZE_THREAD__)
+#include <sanitizer/tsan_interface.h>
+#endif
 
 namespace {
 
 constexpr double kTicksPerUs = CxLinkModel::kTicksPerUs;
 constexpr size_t kCallLogLimit = 500000;
 constexpr int kTimestampResetSource = 19; // "acquisition start" among the reset sources
+
+// QWaitCondition lets go of the mutex and takes it back inside Qt, where ThreadSanitizer
+// does not look: to it the waiting thread would hold the mutex all along, and any other
+// thread taking it meanwhile (a stop, a counter read) would look like a double lock.
+void waitOn(QWaitCondition& condition, QMutex& mutex, QDeadlineTimer deadline)
+{
+#if defined(__SANITIZE_THREAD__)
+    __tsan_mutex_pre_unlock(&mutex, 0);
+    __tsan_mutex_post_unlock(&mutex, 0);
+#endif
+    condition.wait(&mutex, deadline);
+#if defined(__SANITIZE_THREAD__)
+    __tsan_mutex_pre_lock(&mutex, 0);
+    __tsan_mutex_post_lock(&mutex, 0, 0);
+#endif
+}
 
 struct SxParamFault
 {
@@ -363,7 +382,7 @@ bool CxSimCamera::Private::waitUntil(double ticks)
             return true;
         QDeadlineTimer deadline;
         deadline.setPreciseRemainingTime(0, qint64(remaining * 4.0), Qt::PreciseTimer);
-        wake.wait(&mutex, deadline);
+        waitOn(wake, mutex, deadline);
     }
     return false;
 }
