@@ -159,8 +159,9 @@ void TestFaults::runFaults()
     const bool started = line->startMeasurement(4096, 100000);
     QCOMPARE(started, fault != QLatin1String("start"));
     const bool gone = fault == QLatin1String("disconnect");
+    const bool closed = fault == QLatin1String("close");
     if (started) {
-        if (fault == QLatin1String("close")) {
+        if (closed) {
             QTest::qWait(50);
             CxCameraManager::instance()->closeCamera(hCam);
         }
@@ -186,7 +187,7 @@ void TestFaults::runFaults()
     // The first failure and at most a count per second: no flood.
     QVERIFY2(log.messages().size() <= 4, qPrintable(log.messages().join('\n')));
     // Its stop and restore failed; opened again it starts from its power-on values.
-    if (fault == QLatin1String("close"))
+    if (closed)
         hCam = CxCameraManager::instance()->openCamera(QStringLiteral("runfault"));
     checkAfterRun(hCam, before, MeasureMode(mode));
 }

@@ -64,15 +64,21 @@ void addRecord(CxCameraLineData& line, qint64 timestamp, int base)
     line.counterSamples.append(record);
 }
 
-// Two frames whose samples exercise draining, filling to the brim and overflowing a
-// 1000-byte buffer against 500 MB/s required, with 1000-byte samples:
-// frame 7 at T0: intervals of 1, 4, 10 and 1 us (1000, 250, 100, 1000 MB/s);
-// frame 8 at T0 + 1000 us: two intervals of 2 us (500 MB/s).
-void fillKnownStore(CxCameraLineData& line)
+// 1000-byte samples, 500 MB/s required, a 1000-byte buffer.
+void setKnownSettings(CxCameraLineData& line)
 {
     line.samplePeriod = 1000;
     line.requiredThroughput = 500;
     line.cameraBufferSize = 1000;
+}
+
+// Two frames whose samples exercise draining, filling to the brim and overflowing the
+// buffer of the known settings:
+// frame 7 at T0: intervals of 1, 4, 10 and 1 us (1000, 250, 100, 1000 MB/s);
+// frame 8 at T0 + 1000 us: two intervals of 2 us (500 MB/s).
+void fillKnownStore(CxCameraLineData& line)
+{
+    setKnownSettings(line);
     line.frameTimeAvg = 20.0;
     line.frameTimeMin = 4.0;
     addFrame(line, 7, kT0, {1000000, 1000250, 1001250, 1003750, 1004000});
@@ -456,9 +462,7 @@ void TestSeries::statisticsWithoutGraphsOrFramesAndTheMargin()
 void TestSeries::degenerateFramesAndEqualSamples()
 {
     CxCameraLineData line;
-    line.samplePeriod = 1000;
-    line.requiredThroughput = 500;
-    line.cameraBufferSize = 1000;
+    setKnownSettings(line);
     addFrame(line, 1, kT0, {0, 500, 500, 1000}); // 1000 x 4 / 1000 x 250 = 1000 MB/s
     addFrame(line, 2, kT0 + 10, {5000});         // one sample, span 0: infinite
     const QCPRange range(-1.0, 0.0);
@@ -573,11 +577,11 @@ void TestSeries::acquisitionPointsAndTheirMargin()
 
 void TestSeries::csvRows_data()
 {
-    QTest::addColumn<int>("store");   // 0: the known store; 1: one sample; 2: a long interval, equal samples
-    QTest::addColumn<qint64>("from"); // exported from T0 + from to T0 + to
+    QTest::addColumn<QVector<quint64>>("frame"); // frame 4's samples at T0; none: the known store
+    QTest::addColumn<qint64>("from");            // exported from T0 + from to T0 + to
     QTest::addColumn<qint64>("to");
     QTest::addColumn<QByteArray>("rows");
-    QTest::newRow("fill carried across frames") << 0 << qint64(-100) << qint64(2000)
+    QTest::newRow("fill carried across frames") << QVector<quint64>() << qint64(-100) << qint64(2000)
                                                 << QByteArray("7,1,1000,4001000,500,1000,0,0\n"
                                                               "7,5,1000,4005000,500,250,1000,100\n"
                                                               "7,15,1000,4015000,500,100,1000,100\n"
@@ -586,13 +590,15 @@ void TestSeries::csvRows_data()
                                                               "8,4,1000,8004000,500,500,500,50\n");
     // Rows before T0 + 10 are skipped, but the interval of the next row starts at the skipped
     // sample; the fill starts at 0 with the first exported row.
-    QTest::newRow("from T0 + 10 us") << 0 << qint64(10) << qint64(15)
+    QTest::newRow("from T0 + 10 us") << QVector<quint64>() << qint64(10) << qint64(15)
                                      << QByteArray("7,15,1000,4015000,500,100,1000,100\n");
-    QTest::newRow("after the last frame") << 0 << qint64(50000) << qint64(60000) << QByteArray();
-    QTest::newRow("a frame of one sample") << 1 << qint64(-100) << qint64(100) << QByteArray();
+    QTest::newRow("after the last frame")
+        << QVector<quint64>() << qint64(50000) << qint64(60000) << QByteArray();
+    QTest::newRow("a frame of one sample")
+        << QVector<quint64>{123} << qint64(-100) << qint64(100) << QByteArray();
     // Intervals of 250 ticks on both sides of one 2^20 ticks longer, each with its own speed.
     QTest::newRow("speeds per interval, inf and nan")
-        << 2 << qint64(-100) << qint64(5000)
+        << QVector<quint64>{0, 250, 1049076, 1049326, 1049326} << qint64(-100) << qint64(5000)
         << QByteArray("4,1,1000,1000,500,1000,0,0\n"
                       "4,4196,1000,4196304,500,0.238362,1000,100\n"
                       "4,4197,1000,4197304,500,1000,500,50\n"
@@ -601,17 +607,16 @@ void TestSeries::csvRows_data()
 
 void TestSeries::csvRows()
 {
-    QFETCH(int, store);
+    QFETCH(QVector<quint64>, frame);
     QFETCH(qint64, from);
     QFETCH(qint64, to);
     QFETCH(QByteArray, rows);
     CxCameraLineData line;
-    fillKnownStore(line);
-    if (store != 0) {
-        qDeleteAll(line.frames);
-        line.frames.clear();
-        addFrame(line, store == 1 ? 3 : 4, kT0,
-                 store == 1 ? QVector<quint64>{123} : QVector<quint64>{0, 250, 1049076, 1049326, 1049326});
+    if (frame.isEmpty()) {
+        fillKnownStore(line);
+    } else {
+        setKnownSettings(line);
+        addFrame(line, 4, kT0, frame);
     }
     const QString path = m_dir.filePath(QStringLiteral("report.csv"));
     line.exportDataToFile(path, nullptr, kT0 + from, kT0 + to);
