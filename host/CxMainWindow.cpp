@@ -2,7 +2,7 @@
 
 #include "CxCameraManager.h"
 #include "CxHostDelegate.h"
-#include "ksSim/CxSimulation.h"
+#include "ksCamera/CxCameraRegistry.h"
 #include "ui_MainWindow.h"
 
 #include <QActionGroup>
@@ -106,12 +106,12 @@ KSCORE_HANDLE CxMainWindow::handleOf(const QString& id) const
 void CxMainWindow::refreshCameraList()
 {
     const QString selected = selectedId();
-    const QList<CxSimCameraConfig> cameras = CxSimulation::configuration();
+    const QList<SxCameraDescription> cameras = CxCameraRegistry::cameras();
     ui->cameraTable->setRowCount(cameras.size());
     CxCameraManager* manager = CxCameraManager::instance();
     for (int row = 0; row < cameras.size(); ++row) {
-        const CxSimCameraConfig& config = cameras[row];
-        const KSCORE_HANDLE hCam = handleOf(config.id);
+        const SxCameraDescription& camera = cameras[row];
+        const KSCORE_HANDLE hCam = handleOf(camera.id);
         QString state = tr("Closed");
         if (hCam && m_delegate && !m_delegate->isCameraControlEnabled(hCam))
             state = tr("Measured by plug-in");
@@ -119,9 +119,7 @@ void CxMainWindow::refreshCameraList()
             state = tr("Acquiring");
         else if (hCam)
             state = tr("Open");
-        const QStringList texts = {
-            config.id, config.modelName,
-            QStringLiteral("%1, %2 MB/s").arg(config.link.type).arg(config.link.rateMBps), state};
+        const QStringList texts = {camera.id, camera.modelName, camera.link, state};
         for (int column = 0; column < texts.size(); ++column) {
             QTableWidgetItem* item = ui->cameraTable->item(row, column);
             if (!item) {

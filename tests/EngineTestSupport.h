@@ -65,7 +65,7 @@ private:
 // The camera's parameter and start/stop calls since the log was last cleared.
 inline QStringList calls(KSCORE_HANDLE hCam)
 {
-    return simtest::sim(hCam)->callLogText();
+    return simtest::logOf(hCam)->callLogText();
 }
 
 // Every value of the camera's parameter model, with the two selector-addressed cells a run
@@ -81,11 +81,11 @@ inline QMap<QString, int> parameterSnapshot(KSCORE_HANDLE hCam)
     auto cell = [&](const QString& key, const QList<QPair<QString, int>>& selectors,
                     const QString& valueName) {
         for (const auto& [selector, value] : selectors)
-            camera->hostSetParam(selector, value);
+            camera->setParam(selector, value, IxCamera::ExCaller::Host);
         int value = 0;
-        values.insert(key, camera->hostGetParam(valueName, value) ? value : INT_MIN);
+        values.insert(key, camera->getParam(valueName, value, IxCamera::ExCaller::Host) == KS_OK ? value : INT_MIN);
         for (const auto& [selector, value] : selectors)
-            camera->hostSetParam(selector, values.value(selector));
+            camera->setParam(selector, values.value(selector), IxCamera::ExCaller::Host);
     };
     if (names.contains(QStringLiteral("dp_unit_selector")))
         cell(QStringLiteral("frame buffer mode"),

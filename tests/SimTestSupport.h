@@ -38,6 +38,19 @@ inline CxSimCamera* sim(KSCORE_HANDLE hCam)
     return CxSimulation::camera(hCam);
 }
 
+inline CxFaultInjector* faults(KSCORE_HANDLE hCam)
+{
+    return CxCameraRegistry::faults(hCam);
+}
+
+inline CxCallLog* logOf(KSCORE_HANDLE hCam)
+{
+    return CxCameraRegistry::callLog(hCam);
+}
+
+// Every test that drives simulated cameras reads their call logs.
+inline const bool kCallLogging = (CxCameraRegistry::setCallLogging(true), true);
+
 // Puts the camera into the throughput test-pattern configuration, time stamps reset at start.
 inline bool selectCounterPattern(KSCORE_HANDLE hCam)
 {

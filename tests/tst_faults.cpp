@@ -24,7 +24,7 @@ QStringList setupCalls(MeasureMode mode)
 {
     KSCORE_HANDLE hCam = open(camera(QStringLiteral("probe")));
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam, mode));
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     line->setupCameraParameters();
     const QStringList list = calls(hCam);
     line->restoreCameraParameters();
@@ -58,7 +58,7 @@ private:
 void TestFaults::checkAfterRun(KSCORE_HANDLE hCam, const QMap<QString, int>& before, MeasureMode mode,
                                const QString& unsaved)
 {
-    sim(hCam)->clearFaults();
+    faults(hCam)->clearFaults();
     QVERIFY(!sim(hCam)->isAcquiring());
     // A value whose save read was refused is restored to what the line saved before: 0 on a
     // new line.
@@ -97,9 +97,9 @@ void TestFaults::setupStepRefused()
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureMode(mode)));
     line->autoTransport = false;
     if (isSet)
-        sim(hCam)->refuseParamValue(name, value, 1);
+        faults(hCam)->refuseParamValue(name, value, 1);
     else
-        sim(hCam)->refuseParam(name, ExParamOp::Get, 1);
+        faults(hCam)->refuseParam(name, ExParamOp::Get, 1);
     CxCriticalLog log;
     // Some steps are optional (the frame-buffer queries, the device register): the run then
     // goes ahead without them.
@@ -144,17 +144,17 @@ void TestFaults::runFaults()
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureMode(mode)));
     line->autoTransport = false;
     if (fault == QLatin1String("start"))
-        sim(hCam)->refuseStart(1);
+        faults(hCam)->refuseStart(1);
     else if (fault == QLatin1String("stop"))
-        sim(hCam)->failStop(1);
+        faults(hCam)->failStop(1);
     else if (fault == QLatin1String("fail"))
-        sim(hCam)->failCaptures(ExCaptureFault::Fail, 200, 5);
+        faults(hCam)->failCaptures(ExCaptureFault::Fail, 200, 5);
     else if (fault == QLatin1String("nodata"))
-        sim(hCam)->failCaptures(ExCaptureFault::NoData, 200, 5);
+        faults(hCam)->failCaptures(ExCaptureFault::NoData, 200, 5);
     else if (fault == QLatin1String("timeout"))
-        sim(hCam)->failCaptures(ExCaptureFault::Timeout, 200, 5);
+        faults(hCam)->failCaptures(ExCaptureFault::Timeout, 200, 5);
     else if (fault == QLatin1String("disconnect"))
-        sim(hCam)->failCaptures(ExCaptureFault::Fail, -1, 5);
+        faults(hCam)->failCaptures(ExCaptureFault::Fail, -1, 5);
     CxCriticalLog log;
     const bool started = line->startMeasurement(4096, 100000);
     QCOMPARE(started, fault != QLatin1String("start"));
@@ -175,7 +175,7 @@ void TestFaults::runFaults()
     }
     if (gone) {
         // The worker backs off: retried at full speed it made hundreds of thousands of calls.
-        const int captures = sim(hCam)->callLogText(true).filter(QStringLiteral("image")).size();
+        const int captures = logOf(hCam)->callLogText(true).filter(QStringLiteral("image")).size();
         QVERIFY2(captures >= 10 && captures <= 60, qPrintable(QString::number(captures)));
         QVERIFY(log.messages().join('\n').contains(QStringLiteral("more times)")));
     }

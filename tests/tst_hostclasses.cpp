@@ -143,11 +143,11 @@ void TestHostClasses::parameterSetDescribesTheCameraAndCommitsInOrder()
     QVERIFY(format->setParamValue(CxValue(5)));
     QVERIFY(depth->setParamValue(CxValue(10)));
     QCOMPARE(sim(hCam)->parameterValue(QStringLiteral("imgdataformat")), 0);
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     parameters->addParamCommitToBatch(QStringLiteral("output_bit_depth"));
     parameters->addParamCommitToBatch(QStringLiteral("imgdataformat"));
     QVERIFY(parameters->endCommitBatch(CxCameraParameters::cmRefresh));
-    QCOMPARE(sim(hCam)->callLogText(),
+    QCOMPARE(logOf(hCam)->callLogText(),
              QStringList({"host set output_bit_depth 10", "host set imgdataformat 5"}));
     QCOMPARE(format->value().toInt(), 5);
     QCOMPARE(changed.size(), 1);

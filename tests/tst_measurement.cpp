@@ -194,7 +194,7 @@ void TestMeasurement::startAndStopAreRefusedWhenTheyCannotGoAhead()
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
     QVERIFY(!line->stopMeasurement());
     QVERIFY(line->startMeasurement(4096, 1000));
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     QThread* worker = line->acquisitionThread;
     QVERIFY(!line->startMeasurement(8192, 5));
     QCOMPARE(calls(hCam), QStringList()); // nothing reached the camera
@@ -307,7 +307,7 @@ void TestMeasurement::captureTimeoutsLeaveTheStoreAndLogOncePerTimeout()
     CxSimCameraConfig config = camera("dead", 400.0, 256, 256);
     config.pacing = ExPacing::RealTime;
     KSCORE_HANDLE hCam = open(config);
-    sim(hCam)->failCaptures(ExCaptureFault::Timeout, -1, 0);
+    faults(hCam)->failCaptures(ExCaptureFault::Timeout, -1, 0);
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
     CxCriticalLog log;
     QElapsedTimer timer;
@@ -357,7 +357,7 @@ void TestMeasurement::acquisitionRecordsTheCountersTheCameraDrives()
 
     // A counter read that fails keeps the last good value instead of a 0.
     const int transferred = line->GetCounterValue(KS_CNT_TRANSFERRED);
-    sim(hCam)->refuseParam(QStringLiteral("counter_value"), ExParamOp::Get);
+    faults(hCam)->refuseParam(QStringLiteral("counter_value"), ExParamOp::Get);
     QVERIFY(line->startMeasurement(4096, 100000));
     QVERIFY(runUntilDelivered(line.get(), sim(hCam)->capturesDelivered() + 20));
     QCOMPARE(line->GetCounterValue(KS_CNT_TRANSFERRED), transferred);

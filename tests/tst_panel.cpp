@@ -311,8 +311,8 @@ void TestPanel::startAllRollsBackWhenACameraFails()
         cams << openSmall(QLatin1String(id));
         before << parameterSnapshot(cams.last());
     }
-    sim(cams[2])->refuseStart();
-    sim(cams[3])->clearCallLog();
+    faults(cams[2])->refuseStart();
+    logOf(cams[3])->clearCallLog();
     CxDataGraphForm form;
     form.maxSamples = 100000;
     auto* startAll = child<QPushButton>(&form, "btnStartAll");
@@ -336,7 +336,7 @@ void TestPanel::startAllRollsBackWhenACameraFails()
         QCOMPARE(changedBeyond(before[i], cams[i]), QStringList());
         QCOMPARE(cellText(&form, i, Tp::colStatus), QStringLiteral("Stopped"));
     }
-    QVERIFY(!sim(cams[3])->callLogText().contains(QStringLiteral("start")));
+    QVERIFY(!logOf(cams[3])->callLogText().contains(QStringLiteral("start")));
     // The roll-back only stops: the row buttons keep what the run gave them.
     QCOMPARE(buttonAt(&form, 0, Tp::colMeasure)->text(), QStringLiteral("Stop"));
     QCOMPARE(buttonAt(&form, 3, Tp::colMeasure)->text(), QStringLiteral("Start"));

@@ -80,9 +80,9 @@ void TestPreparation::refusedStartRunsSetupAndRestoreInOrder()
     KSCORE_HANDLE hCam = open(config);
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
     line->autoTransport = false;
-    sim(hCam)->refuseStart(1);
+    faults(hCam)->refuseStart(1);
     CxCriticalLog log;
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     QVERIFY(!line->startMeasurement(4096, 1000));
     // The time stamps are reset just before the start. The frame-buffer value goes back to
     // whatever is selected: the buffer size, after setup.
@@ -108,8 +108,8 @@ void TestPreparation::refusedBufferPolicyRestoresAllNineSavedValues()
     line->savedTestPattern = 4;
     line->savedTestPatternGeneratorSelector = 1;
     line->frameBufferModeChanged = true;
-    sim(hCam)->refuseParamValue(QStringLiteral("buffer_policy"), 0, 1);
-    sim(hCam)->clearCallLog();
+    faults(hCam)->refuseParamValue(QStringLiteral("buffer_policy"), 0, 1);
+    logOf(hCam)->clearCallLog();
     QVERIFY(!line->startMeasurement(4096, 1000));
     const QStringList all = calls(hCam);
     QCOMPARE(all.mid(kSaveReads.size() + 1),
@@ -123,21 +123,21 @@ void TestPreparation::frameBufferLeftAloneWhenSelectorsAreNotSettable()
     config.dataProcessing = false;
     KSCORE_HANDLE hCam = open(config);
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     QVERIFY(line->setupCameraParameters());
     QVERIFY(!line->frameBufferModeChanged);
     QCOMPARE(line->cameraBufferSize, 32768);
     QCOMPARE(calls(hCam), kSaveReads + kThroughputWrites + kFrameBufferQueries + kDeviceRegisterWrites +
                               QStringList{"set dp_param_selector 7"});
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     line->restoreCameraParameters();
     QVERIFY(!calls(hCam).contains(QStringLiteral("set dp_param_value 10")));
 
     // One refused query is enough to leave the frame buffer alone; all three are still asked.
     KSCORE_HANDLE other = open(camera("onequery"));
     std::unique_ptr<CxCameraLineData> second(lineFor(other));
-    sim(other)->refuseParam(QStringLiteral("dp_proc_selector:settable"));
-    sim(other)->clearCallLog();
+    faults(other)->refuseParam(QStringLiteral("dp_proc_selector:settable"));
+    logOf(other)->clearCallLog();
     QVERIFY(second->setupCameraParameters());
     QVERIFY(!second->frameBufferModeChanged);
     const QStringList log = calls(other);
@@ -149,21 +149,21 @@ void TestPreparation::deviceRegisterFlagNeedsAllThreeWrites()
 {
     KSCORE_HANDLE hCam = open(camera("register"));
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
-    sim(hCam)->refuseParamValue(QStringLiteral("device_unit_register_selector"), 55, 1);
-    sim(hCam)->clearCallLog();
+    faults(hCam)->refuseParamValue(QStringLiteral("device_unit_register_selector"), 55, 1);
+    logOf(hCam)->clearCallLog();
     QVERIFY(line->setupCameraParameters());
     QVERIFY(!line->deviceRegisterChanged);
     QStringList log = calls(hCam);
     QVERIFY(
         !log.contains(QStringLiteral("set device_unit_register_value 25000"))); // not tried after a failure
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     line->restoreCameraParameters();
     QCOMPARE(calls(hCam).value(0), QStringLiteral("set test_pattern 0"));
 
     // Once set, the flag survives a later setup whose register writes fail.
     QVERIFY(line->setupCameraParameters());
     QVERIFY(line->deviceRegisterChanged);
-    sim(hCam)->refuseParam(QStringLiteral("device_unit_selector"), ExParamOp::Set, 1);
+    faults(hCam)->refuseParam(QStringLiteral("device_unit_selector"), ExParamOp::Set, 1);
     QVERIFY(line->setupCameraParameters());
     QVERIFY(line->deviceRegisterChanged);
 }
@@ -174,7 +174,7 @@ void TestPreparation::acquisitionSetupProbesCountersAndBufferPolicy()
     config.supportedCounters = {0, 2, 5};
     KSCORE_HANDLE hCam = open(config);
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureModeStandardAcquisition));
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     QVERIFY(line->setupCameraParameters());
     QStringList expected;
     for (int selector = 0; selector < 6; ++selector)
@@ -185,7 +185,7 @@ void TestPreparation::acquisitionSetupProbesCountersAndBufferPolicy()
     const bool supported[6] = {true, false, true, false, false, true};
     for (int selector = 0; selector < 6; ++selector)
         QCOMPARE(line->IsCounterSupported(KS_COUNTER_SELECTOR(selector)), supported[selector]);
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     line->restoreCameraParameters();
     QCOMPARE(calls(hCam), QStringList{"set buffer_policy 1"});
 
@@ -251,13 +251,13 @@ void TestPreparation::transportSpeed()
     for (const QString& fault : std::as_const(faults)) {
         const QStringList words = fault.split(' ');
         if (words[0] == QLatin1String("get"))
-            sim(hCam)->refuseParam(words[1], ExParamOp::Get, words.value(2, QStringLiteral("-1")).toInt());
+            simtest::faults(hCam)->refuseParam(words[1], ExParamOp::Get, words.value(2, QStringLiteral("-1")).toInt());
         else
-            sim(hCam)->refuseParamValue(words[1], words[2].toInt(),
-                                        words.value(3, QStringLiteral("-1")).toInt());
+            simtest::faults(hCam)->refuseParamValue(words[1], words[2].toInt(),
+                                                 words.value(3, QStringLiteral("-1")).toInt());
     }
     CxCriticalLog log;
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     line->readDefaultAvgTransportSpeed();
     QCOMPARE(line->requiredThroughput, required);
     if (!expectedCalls.isEmpty())
@@ -276,7 +276,7 @@ void TestPreparation::bufferSizeFallsBackWhenUnreadable()
     KSCORE_HANDLE hCam = open(config);
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
     QCOMPARE(line->readInternalCameraBufferSize(), 4000);
-    sim(hCam)->refuseParam(QStringLiteral("dp_param_value"), ExParamOp::Get, 1);
+    faults(hCam)->refuseParam(QStringLiteral("dp_param_value"), ExParamOp::Get, 1);
     QCOMPARE(line->readInternalCameraBufferSize(), 32768);
     QCOMPARE(line->cameraBufferSize, 0); // the reader writes no field
 }
@@ -311,9 +311,9 @@ void TestPreparation::setupFailureIsLoggedWhereItHappens()
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureMode(mode)));
     line->autoTransport = false;
     if (!refused.isEmpty())
-        sim(hCam)->refuseParamValue(refused.section(' ', 0, 0), refused.section(' ', 1).toInt(), 1);
+        faults(hCam)->refuseParamValue(refused.section(' ', 0, 0), refused.section(' ', 1).toInt(), 1);
     CxCriticalLog log;
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     QVERIFY(!line->startMeasurement(4096, 10));
     QCOMPARE(log.messages().size(), 1);
     // Thread id, source path, "L", line, ":", an empty text, the message in quotes.

@@ -112,7 +112,7 @@ void TestSimCamera::startAndTheReversedStopWithTheirFaults()
     int error = KS_OK;
     QVERIFY(!grab(hCam, &image, 10, &error));
     QCOMPARE(error, int(KS_ERR_NOT_ACQUIRING));
-    sim(hCam)->refuseStart(1);
+    faults(hCam)->refuseStart(1);
     QCOMPARE(ksApi_StartAcquisition(hCam), 0);
     QVERIFY(!sim(hCam)->isAcquiring());
     QVERIFY(ksApi_StartAcquisition(hCam) != 0);
@@ -122,7 +122,7 @@ void TestSimCamera::startAndTheReversedStopWithTheirFaults()
     QVERIFY(ksApi_StopAcquisition(hCam) != 0); // not acquiring any more
     // A failing stop stops the camera all the same, so it can start again.
     QVERIFY(ksApi_StartAcquisition(hCam) != 0);
-    sim(hCam)->failStop(1);
+    faults(hCam)->failStop(1);
     QVERIFY(ksApi_StopAcquisition(hCam) != 0);
     QVERIFY(!sim(hCam)->isAcquiring());
     QVERIFY(ksApi_StartAcquisition(hCam) != 0);
@@ -150,7 +150,7 @@ void TestSimCamera::unknownHandlesAreRefused()
 void TestSimCamera::refusedParameters()
 {
     KSCORE_HANDLE hCam = open(camera("refuse"));
-    sim(hCam)->refuseParam(QStringLiteral("buffer_policy"), ExParamOp::Set, 2);
+    faults(hCam)->refuseParam(QStringLiteral("buffer_policy"), ExParamOp::Set, 2);
     int error = KS_OK;
     QVERIFY(!ksApi_SetParamInt(hCam, "buffer_policy", 0, &error));
     QCOMPARE(error, int(KS_ERR_REFUSED));
@@ -159,19 +159,19 @@ void TestSimCamera::refusedParameters()
     QVERIFY(!ksApi_SetParamInt(hCam, "buffer_policy", 0));
     QVERIFY(ksApi_SetParamInt(hCam, "buffer_policy", 0)); // the count is used up
 
-    sim(hCam)->refuseParam(QStringLiteral("dp_proc_selector:settable"));
+    faults(hCam)->refuseParam(QStringLiteral("dp_proc_selector:settable"));
     QVERIFY(!ksApi_SetParamInt(hCam, "dp_proc_selector:settable", 5));
     QVERIFY(ksApi_SetParamInt(hCam, "dp_proc_selector", 5)); // only the query is refused
 
-    sim(hCam)->refuseParam(QStringLiteral("test_pattern"), ExParamOp::Get);
+    faults(hCam)->refuseParam(QStringLiteral("test_pattern"), ExParamOp::Get);
     QVERIFY(!ksApi_GetParamInt(hCam, "test_pattern", value));
     QVERIFY(ksApi_SetParamInt(hCam, "test_pattern", 11));
-    sim(hCam)->clearFaults();
+    faults(hCam)->clearFaults();
     QVERIFY(ksApi_GetParamInt(hCam, "test_pattern", value));
     QCOMPARE(value, 11);
 
     // By value: only writes of that value are refused, for as long as the fault lasts.
-    sim(hCam)->refuseParamValue(QStringLiteral("device_unit_selector"), 8);
+    faults(hCam)->refuseParamValue(QStringLiteral("device_unit_selector"), 8);
     QVERIFY(!ksApi_SetParamInt(hCam, "device_unit_selector", 8));
     QVERIFY(ksApi_SetParamInt(hCam, "device_unit_selector", 1));
     QVERIFY(!ksApi_SetParamInt(hCam, "device_unit_selector", 8));
@@ -196,7 +196,7 @@ void TestSimCamera::captureFaults()
     QFETCH(bool, result);
     QFETCH(int, error);
     KSCORE_HANDLE hCam = open(camera("capturefault", 400.0, 64, 64));
-    sim(hCam)->failCaptures(ExCaptureFault(kind), count, 1);
+    faults(hCam)->failCaptures(ExCaptureFault(kind), count, 1);
     QVERIFY(ksApi_StartAcquisition(hCam));
     KS_IMG image;
     QVERIFY(grab(hCam, &image)); // the fault starts with the second capture
@@ -209,7 +209,7 @@ void TestSimCamera::captureFaults()
         QVERIFY(image.data == nullptr);
     }
     if (count < 0)
-        sim(hCam)->clearFaults();
+        faults(hCam)->clearFaults();
     QVERIFY(grab(hCam, &image));
     QCOMPARE(image.frameNumber, 1u); // failed captures consume no frame
 }
@@ -217,7 +217,7 @@ void TestSimCamera::captureFaults()
 void TestSimCamera::callLogKeepsExactOrderAndTheNewestCalls()
 {
     KSCORE_HANDLE hCam = open(camera("log", 400.0, 64, 64));
-    sim(hCam)->clearCallLog();
+    logOf(hCam)->clearCallLog();
     int value = 0;
     ksApi_GetParamInt(hCam, "imgdataformat", value);
     ksApi_SetParamInt(hCam, "buffer_policy", 0);
@@ -226,16 +226,16 @@ void TestSimCamera::callLogKeepsExactOrderAndTheNewestCalls()
     KS_IMG image;
     grab(hCam, &image);
     ksApi_StopAcquisition(hCam);
-    QCOMPARE(sim(hCam)->callLogText(), QStringList({"get imgdataformat", "set buffer_policy 0",
+    QCOMPARE(logOf(hCam)->callLogText(), QStringList({"get imgdataformat", "set buffer_policy 0",
                                                     "set dp_unit_selector:settable 1", "start", "stop"}));
-    QCOMPARE(sim(hCam)->callLogText(true).at(4), QStringLiteral("image"));
-    const QList<SxCallLogEntry> log = sim(hCam)->callLog();
+    QCOMPARE(logOf(hCam)->callLogText(true).at(4), QStringLiteral("image"));
+    const QList<SxCallLogEntry> log = logOf(hCam)->callLog();
     QVERIFY(log[1].ok);
     QCOMPARE(log[4].value, 0); // the frame number delivered
     // Past its limit the log keeps the newest 500,000 calls, oldest first.
     for (int i = 0; i < 500002; ++i)
         ksApi_SetParamInt(hCam, "no_such_parameter", i);
-    const QList<SxCallLogEntry> newest = sim(hCam)->callLog();
+    const QList<SxCallLogEntry> newest = logOf(hCam)->callLog();
     QCOMPARE(newest.size(), 500000);
     QCOMPARE(newest.first().value, 2);
     QCOMPARE(newest.last().value, 500001);

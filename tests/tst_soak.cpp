@@ -61,7 +61,7 @@ void TestSoak::fourCamerasForAMinute()
         // The simulated cameras log every call (up to half a million entries each): that is
         // the simulation's memory, not the tool's, so it is emptied as it goes.
         for (KSCORE_HANDLE hCam : cams)
-            sim(hCam)->clearCallLog();
+            logOf(hCam)->clearCallLog();
         if (timer.elapsed() % 5000 < 500) {
             CxCameraLineData* line = form->cameraLines.value(cams[exports % 4]);
             const long long end = newestTimestamp(line);

@@ -1,12 +1,12 @@
 #include "CxCameraManager.h"
 
-#include "ksSim/CxSimulation.h"
+#include "ksCamera/CxCameraRegistry.h"
 
 #include <QtDebug>
 
 CxCameraManager* CxCameraManager::instance()
 {
-    // Never destroyed: cameras are released with the simulation's registry at exit, and
+    // Never destroyed: cameras are released with the runtime's registry at exit, and
     // plug-ins may still disconnect from the manager while they are torn down.
     static CxCameraManager* manager = new CxCameraManager;
     return manager;
@@ -35,7 +35,7 @@ CxCameraManager::SxOpened* CxCameraManager::find(KSCORE_HANDLE hCam)
 QStringList CxCameraManager::availableCameras() const
 {
     QStringList ids;
-    for (const CxSimCameraConfig& camera : CxSimulation::configuration())
+    for (const SxCameraDescription& camera : CxCameraRegistry::cameras())
         ids.append(camera.id);
     return ids;
 }
@@ -46,7 +46,7 @@ KSCORE_HANDLE CxCameraManager::openCamera(const QString& cameraId)
         if (opened.id == cameraId)
             return nullptr;
     QString error;
-    KSCORE_HANDLE hCam = CxSimulation::open(cameraId, &error);
+    KSCORE_HANDLE hCam = CxCameraRegistry::open(cameraId, &error);
     if (!hCam) {
         qWarning("cannot open camera: %s", qPrintable(error));
         return nullptr;
@@ -54,10 +54,10 @@ KSCORE_HANDLE CxCameraManager::openCamera(const QString& cameraId)
     SxOpened opened;
     opened.hCam = hCam;
     opened.id = cameraId;
-    const CxSimCameraConfig& config = CxSimulation::camera(hCam)->config();
-    if (config.hasParameterSet) {
+    const SxCameraDescription camera = CxCameraRegistry::camera(hCam)->description();
+    if (camera.hasParameterSet) {
         opened.parameters = new CxCameraParameters(
-            hCam, {config.modelName, config.serialNumber, config.userName, config.nameSelection});
+            hCam, {camera.modelName, camera.serialNumber, camera.userName, camera.nameSelection});
     }
     m_opened.append(opened);
     emit cameraOpened(hCam);
@@ -77,7 +77,7 @@ bool CxCameraManager::closeCamera(KSCORE_HANDLE hCam)
             break;
         }
     }
-    CxSimulation::close(hCam);
+    CxCameraRegistry::close(hCam);
     return true;
 }
 
@@ -136,8 +136,8 @@ bool CxCameraManager::isCameraRunning(KSCORE_HANDLE hCam) const
 
 bool CxCameraManager::setImageFormat(KSCORE_HANDLE hCam, int format)
 {
-    CxSimCamera* camera = find(hCam) ? CxSimulation::camera(hCam) : nullptr;
-    if (!camera || !camera->hostSetParam(QStringLiteral("imgdataformat"), format))
+    std::shared_ptr<IxCamera> camera = find(hCam) ? CxCameraRegistry::camera(hCam) : nullptr;
+    if (!camera || camera->setParam(QStringLiteral("imgdataformat"), format, IxCamera::ExCaller::Host) != KS_OK)
         return false;
     emit imageFormatChanged(hCam);
     return true;

@@ -1,6 +1,6 @@
 #include "CxCameraParam.h"
 
-#include "ksSim/CxSimulation.h"
+#include "ksCamera/CxCameraRegistry.h"
 
 CxCameraParam::CxCameraParam(KSCORE_HANDLE hCam, const QString& name, const QList<SxEnumItem>& items)
     : m_hCam(hCam), m_name(name), m_items(items)
@@ -9,9 +9,9 @@ CxCameraParam::CxCameraParam(KSCORE_HANDLE hCam, const QString& name, const QLis
 
 CxValue CxCameraParam::value() const
 {
-    CxSimCamera* camera = CxSimulation::camera(m_hCam);
+    std::shared_ptr<IxCamera> camera = CxCameraRegistry::camera(m_hCam);
     int value = 0;
-    if (!camera || !camera->hostGetParam(m_name, value))
+    if (!camera || camera->getParam(m_name, value, IxCamera::ExCaller::Host) != KS_OK)
         return CxValue();
     return CxValue(value);
 }

@@ -1,7 +1,7 @@
 #include "CxCameraParameters.h"
 
 #include "CxCameraManager.h"
-#include "ksSim/CxSimulation.h"
+#include "ksCamera/CxCameraRegistry.h"
 
 #include <QtDebug>
 
@@ -19,7 +19,7 @@ CxCameraParam* CxCameraParameters::findParam(const QString& name, bool reportMis
 {
     if (CxCameraParam* param = m_params.value(name))
         return param;
-    CxSimCamera* camera = CxSimulation::camera(m_hCam);
+    std::shared_ptr<IxCamera> camera = CxCameraRegistry::camera(m_hCam);
     if (!camera || !camera->parameterNames().contains(name)) {
         if (reportMissing)
             qWarning("camera has no parameter \"%s\"", qPrintable(name));
@@ -39,14 +39,15 @@ void CxCameraParameters::addParamCommitToBatch(const QString& name)
 bool CxCameraParameters::endCommitBatch(int mode)
 {
     Q_UNUSED(mode) // values are always read live from the camera, so there is nothing to refresh
-    CxSimCamera* camera = CxSimulation::camera(m_hCam);
+    std::shared_ptr<IxCamera> camera = CxCameraRegistry::camera(m_hCam);
     bool allWritten = camera != nullptr;
     bool formatChanged = false;
     for (const QString& name : std::as_const(m_batch)) {
         CxCameraParam* param = m_params.value(name);
         if (!param || !param->m_pending.isValid())
             continue;
-        const bool written = camera && camera->hostSetParam(name, param->m_pending.toInt());
+        const bool written =
+            camera && camera->setParam(name, param->m_pending.toInt(), IxCamera::ExCaller::Host) == KS_OK;
         param->m_pending = CxValue();
         allWritten = allWritten && written;
         formatChanged = formatChanged || (written && name == QLatin1String("imgdataformat"));

@@ -2,6 +2,7 @@
 // Every field has a default, so a configuration file names only what differs.
 #pragma once
 
+#include "ksCamera/IxCamera.h"
 #include "ksCoreGlobal.h"
 
 #include <QList>
@@ -65,4 +66,6 @@ struct KSCORE_EXPORT CxSimCameraConfig
     QMap<QString, int> parameters; // power-on values that differ from the defaults
 
     static QString pacingName(ExPacing pacing);
+    // What the host lists of this camera.
+    SxCameraDescription description() const;
 };

@@ -1,8 +1,10 @@
 // The host runtime's set of simulated cameras: which cameras exist (from a JSON
-// configuration or the built-in default) and the live camera behind a handle.
+// configuration or the built-in default), the backend that opens them and the simulated
+// camera behind a handle.
 #pragma once
 
 #include "ksApi.h"
+#include "ksCamera/CxCameraRegistry.h"
 #include "ksSim/CxSimCamera.h"
 #include "ksSim/CxSimCameraConfig.h"
 
@@ -29,12 +31,17 @@ public:
     // Adds a camera, or replaces the one with the same id.
     static void addCamera(const CxSimCameraConfig& camera);
 
-    // The simulated camera behind an open handle; null for unknown handles.
+    // The simulated camera behind an open handle; null for unknown handles and other kinds.
     static CxSimCamera* camera(KSCORE_HANDLE hCam);
 
-    // Used by CxCameraManager. A camera closed while acquiring is stopped, and kept until
-    // its next capture call: the image its reader got last stays readable, as a driver's
-    // buffer would.
-    static KSCORE_HANDLE open(const QString& id, QString* error);
-    static void close(KSCORE_HANDLE hCam);
+    // The backend that opens the configured cameras, first among CxCameraRegistry's.
+    static std::shared_ptr<IxCameraBackend> backend();
+};
+
+class KSCORE_EXPORT CxSimBackend : public IxCameraBackend
+{
+public:
+    QList<SxCameraDescription> cameras() const override;
+    bool accepts(const QString& id) const override;
+    std::shared_ptr<IxCamera> open(const QString& id, QString* error) override;
 };

@@ -19,7 +19,6 @@
 namespace {
 
 constexpr double kTicksPerUs = CxLinkModel::kTicksPerUs;
-constexpr size_t kCallLogLimit = 500000;
 constexpr int kTimestampResetSource = 19; // "acquisition start" among the reset sources
 
 // QWaitCondition lets go of the mutex and takes it back inside Qt, where ThreadSanitizer
@@ -36,32 +35,6 @@ void waitOn(QWaitCondition& condition, QMutex& mutex, QDeadlineTimer deadline)
     __tsan_mutex_pre_lock(&mutex, 0);
     __tsan_mutex_post_lock(&mutex, 0, 0);
 #endif
-}
-
-struct SxParamFault
-{
-    QString name;
-    ExParamOp op = ExParamOp::Any;
-    bool anyValue = true;
-    int value = 0;
-    int remaining = -1;
-};
-
-struct SxCaptureFault
-{
-    ExCaptureFault kind = ExCaptureFault::Fail;
-    int remaining = 1;
-    quint64 fromCapture = 0;
-};
-
-// Takes one use of a fault; false when it is used up.
-bool consume(int& remaining)
-{
-    if (remaining == 0)
-        return false;
-    if (remaining > 0)
-        --remaining;
-    return true;
 }
 
 // A frame on its way to the host: when its first word left the camera (its time stamp)
@@ -83,27 +56,6 @@ struct SxQueued
 
 } // namespace
 
-QString SxCallLogEntry::toString() const
-{
-    switch (kind) {
-    case GetParam:
-        return QStringLiteral("get %1").arg(name);
-    case SetParam:
-        return QStringLiteral("set %1 %2").arg(name).arg(value);
-    case Start:
-        return QStringLiteral("start");
-    case Stop:
-        return QStringLiteral("stop");
-    case GetImage:
-        return QStringLiteral("image");
-    case HostGetParam:
-        return QStringLiteral("host get %1").arg(name);
-    case HostSetParam:
-        return QStringLiteral("host set %1 %2").arg(name).arg(value);
-    }
-    return QString();
-}
-
 struct CxSimCamera::Private
 {
     explicit Private(const CxSimCameraConfig& c) : config(c), params(c), link(c.link) {}
@@ -114,15 +66,6 @@ struct CxSimCamera::Private
     CxParameterModel params;
     CxLinkModel link;
     ExPacing pacing = ExPacing::RealTime;
-
-    QList<SxParamFault> paramFaults;
-    QList<SxCaptureFault> captureFaults;
-    int startFaults = 0;
-    int stopFaults = 0;
-    // The newest kCallLogLimit calls, a ring once full: dropping the oldest from the front of
-    // a list moved or reallocated megabytes every few thousand images of a fast camera.
-    std::vector<SxCallLogEntry> log;
-    size_t logOldest = 0;
 
     // The camera clock between acquisitions: uptime at open plus elapsed (real time) or
     // the virtual clock where the last acquisition left it.
@@ -137,7 +80,6 @@ struct CxSimCamera::Private
     double acqStart = 0.0;
     double virtualNow = 0.0;
     quint32 nextFrameNumber = 0;
-    quint64 captureCalls = 0;
     quint64 delivered = 0;
 
     int width = 0;
@@ -163,8 +105,6 @@ struct CxSimCamera::Private
     SxFrame pending;
     std::mt19937_64 events;
 
-    void record(SxCallLogEntry::ExKind kind, const QString& name, int value, bool ok, int error);
-    bool paramRefused(const QString& name, bool isSet, int value);
     double now() const;
     void startRun();
     void fillPlainImage(std::vector<quint64>& buffer, quint32 seed);
@@ -177,35 +117,6 @@ struct CxSimCamera::Private
     bool waitUntil(double ticks);
     void deliver(const SxFrame& frame, KS_IMG* image);
 };
-
-void CxSimCamera::Private::record(SxCallLogEntry::ExKind kind, const QString& name, int value, bool ok,
-                                  int error)
-{
-    if (log.size() < kCallLogLimit) {
-        log.push_back({kind, name, value, ok, error});
-        return;
-    }
-    log[logOldest] = {kind, name, value, ok, error};
-    logOldest = (logOldest + 1) % kCallLogLimit;
-}
-
-bool CxSimCamera::Private::paramRefused(const QString& name, bool isSet, int value)
-{
-    for (int i = 0; i < paramFaults.size(); ++i) {
-        SxParamFault& fault = paramFaults[i];
-        if (fault.name != name || (fault.op == ExParamOp::Set && !isSet) ||
-            (fault.op == ExParamOp::Get && isSet))
-            continue;
-        if (!fault.anyValue && (!isSet || fault.value != value))
-            continue;
-        if (consume(fault.remaining)) {
-            if (fault.remaining == 0)
-                paramFaults.removeAt(i);
-            return true;
-        }
-    }
-    return false;
-}
 
 double CxSimCamera::Private::now() const
 {
@@ -258,7 +169,6 @@ void CxSimCamera::Private::startRun()
     overflowing = false;
     havePending = false;
     nextFrameNumber = 0;
-    captureCalls = 0;
     delivered = 0;
     bufferIndex = 0;
     for (auto& buffer : buffers)
@@ -433,102 +343,67 @@ const CxSimCameraConfig& CxSimCamera::config() const
     return d->config;
 }
 
-bool CxSimCamera::getParam(const char* name, int& value, int* errorCode)
+
+SxCameraDescription CxSimCamera::description() const
 {
-    QMutexLocker lock(&d->mutex);
-    const QString key = QString::fromLatin1(name ? name : "");
-    int error = d->paramRefused(key, false, 0) ? KS_ERR_REFUSED : d->params.get(key, value);
-    d->record(SxCallLogEntry::GetParam, key, error == KS_OK ? value : 0, error == KS_OK, error);
-    if (errorCode)
-        *errorCode = error;
-    return error == KS_OK;
+    return d->config.description();
 }
 
-bool CxSimCamera::setParam(const char* name, int value, int* errorCode)
+int CxSimCamera::getParam(const QString& name, int& value, ExCaller)
 {
     QMutexLocker lock(&d->mutex);
-    const QString key = QString::fromLatin1(name ? name : "");
-    int error = d->paramRefused(key, true, value) ? KS_ERR_REFUSED : d->params.set(key, value, d->acquiring);
-    d->record(SxCallLogEntry::SetParam, key, value, error == KS_OK, error);
-    if (errorCode)
-        *errorCode = error;
-    return error == KS_OK;
+    return d->params.get(name, value);
+}
+
+int CxSimCamera::setParam(const QString& name, int value, ExCaller)
+{
+    QMutexLocker lock(&d->mutex);
+    return d->params.set(name, value, d->acquiring);
 }
 
 int CxSimCamera::startAcquisition()
 {
     QMutexLocker lock(&d->mutex);
-    int error = KS_OK;
     if (d->acquiring)
-        error = KS_ERR_ALREADY_ACQUIRING;
-    else if (consume(d->startFaults))
-        error = KS_ERR_REFUSED;
-    if (error == KS_OK) {
-        d->acquiring = true;
-        d->startRun();
-    }
-    d->record(SxCallLogEntry::Start, QString(), 0, error == KS_OK, error);
-    return error == KS_OK ? 1 : 0;
+        return KS_ERR_ALREADY_ACQUIRING;
+    d->acquiring = true;
+    d->startRun();
+    return KS_OK;
 }
 
 int CxSimCamera::stopAcquisition()
 {
     QMutexLocker lock(&d->mutex);
-    int error = KS_OK;
-    if (!d->acquiring) {
-        error = KS_ERR_NOT_ACQUIRING;
-    } else {
-        d->idleClock = d->now();
-        d->acquiring = false;
-        d->replay.clear();
-        d->wake.wakeAll();
-        if (consume(d->stopFaults))
-            error = KS_ERR_DEVICE;
-    }
-    d->record(SxCallLogEntry::Stop, QString(), 0, error == KS_OK, error);
-    return error;
+    if (!d->acquiring)
+        return KS_ERR_NOT_ACQUIRING;
+    d->idleClock = d->now();
+    d->acquiring = false;
+    d->replay.clear();
+    d->wake.wakeAll();
+    return KS_OK;
 }
 
-bool CxSimCamera::getImage(unsigned int timeoutMs, KS_IMG* image, int* errorCode, bool releasePrevious)
+int CxSimCamera::waitOutCapture(unsigned int timeoutMs)
+{
+    QMutexLocker lock(&d->mutex);
+    if (!d->acquiring)
+        return KS_ERR_NOT_ACQUIRING;
+    const double timeoutTicks = double(timeoutMs) * 1000.0 * kTicksPerUs;
+    if (d->runPacing != ExPacing::RealTime) {
+        d->virtualNow += timeoutTicks;
+        return KS_ERR_TIMEOUT;
+    }
+    return d->waitUntil(d->now() + timeoutTicks) ? int(KS_ERR_TIMEOUT) : int(KS_ERR_ABORTED);
+}
+
+int CxSimCamera::getImage(unsigned int timeoutMs, KS_IMG* image, bool releasePrevious)
 {
     Q_UNUSED(releasePrevious) // two buffers in turn keep the previous image valid either way
     QMutexLocker lock(&d->mutex);
-    auto finish = [&](int error, quint32 frame) {
-        d->record(SxCallLogEntry::GetImage, QString(), int(frame), error == KS_OK, error);
-        if (errorCode)
-            *errorCode = error;
-        return error == KS_OK;
-    };
     if (!image || image->size != sizeof(KS_IMG))
-        return finish(KS_ERR_INVALID_ARGUMENT, 0);
+        return KS_ERR_INVALID_ARGUMENT;
     if (!d->acquiring)
-        return finish(KS_ERR_NOT_ACQUIRING, 0);
-
-    const quint64 call = d->captureCalls++;
-    const double timeoutTicks = double(timeoutMs) * 1000.0 * kTicksPerUs;
-    for (int i = 0; i < d->captureFaults.size(); ++i) {
-        SxCaptureFault& fault = d->captureFaults[i];
-        if (call < fault.fromCapture || !consume(fault.remaining))
-            continue;
-        const ExCaptureFault kind = fault.kind;
-        if (fault.remaining == 0)
-            d->captureFaults.removeAt(i);
-        switch (kind) {
-        case ExCaptureFault::Fail:
-            return finish(KS_ERR_DEVICE, 0);
-        case ExCaptureFault::NoData:
-            image->data = nullptr;
-            return finish(KS_OK, 0);
-        case ExCaptureFault::Timeout:
-            if (d->runPacing == ExPacing::RealTime) {
-                if (!d->waitUntil(d->now() + timeoutTicks))
-                    return finish(KS_ERR_ABORTED, 0);
-            } else {
-                d->virtualNow += timeoutTicks;
-            }
-            return finish(KS_ERR_TIMEOUT, 0);
-        }
-    }
+        return KS_ERR_NOT_ACQUIRING;
 
     if (d->runPacing == ExPacing::Replay) {
         const quint64 n = d->replayFrames.size();
@@ -540,7 +415,7 @@ bool CxSimCamera::getImage(unsigned int timeoutMs, KS_IMG* image, int* errorCode
         d->virtualNow = frame.ready;
         d->params.addToCounter(KS_CNT_TRANSFERRED, 1);
         d->deliver(frame, image);
-        return finish(KS_OK, frame.number);
+        return KS_OK;
     }
 
     if (!d->havePending) {
@@ -552,37 +427,17 @@ bool CxSimCamera::getImage(unsigned int timeoutMs, KS_IMG* image, int* errorCode
         d->havePending = true;
     }
     if (d->runPacing == ExPacing::RealTime) {
-        const double deadline = d->now() + timeoutTicks;
-        if (d->pending.ready > deadline) {
-            if (!d->waitUntil(deadline))
-                return finish(KS_ERR_ABORTED, 0);
-            return finish(KS_ERR_TIMEOUT, 0);
-        }
+        const double deadline = d->now() + double(timeoutMs) * 1000.0 * kTicksPerUs;
+        if (d->pending.ready > deadline)
+            return d->waitUntil(deadline) ? int(KS_ERR_TIMEOUT) : int(KS_ERR_ABORTED);
         if (!d->waitUntil(d->pending.ready))
-            return finish(KS_ERR_ABORTED, 0);
+            return KS_ERR_ABORTED;
     } else {
         d->virtualNow = std::max(d->virtualNow, d->pending.ready);
     }
     d->havePending = false;
     d->deliver(d->pending, image);
-    return finish(KS_OK, d->pending.number);
-}
-
-bool CxSimCamera::hostGetParam(const QString& name, int& value)
-{
-    QMutexLocker lock(&d->mutex);
-    const int error = d->paramRefused(name, false, 0) ? KS_ERR_REFUSED : d->params.get(name, value);
-    d->record(SxCallLogEntry::HostGetParam, name, value, error == KS_OK, error);
-    return error == KS_OK;
-}
-
-bool CxSimCamera::hostSetParam(const QString& name, int value)
-{
-    QMutexLocker lock(&d->mutex);
-    const int error =
-        d->paramRefused(name, true, value) ? KS_ERR_REFUSED : d->params.set(name, value, d->acquiring);
-    d->record(SxCallLogEntry::HostSetParam, name, value, error == KS_OK, error);
-    return error == KS_OK;
+    return KS_OK;
 }
 
 QStringList CxSimCamera::parameterNames() const
@@ -597,86 +452,10 @@ QList<CxCameraParam::SxEnumItem> CxSimCamera::enumItems(const QString& name) con
     return d->params.enumItems(name);
 }
 
-void CxSimCamera::setPacing(ExPacing pacing)
-{
-    QMutexLocker lock(&d->mutex);
-    d->pacing = pacing;
-}
-
 ExPacing CxSimCamera::pacing() const
 {
     QMutexLocker lock(&d->mutex);
     return d->pacing;
-}
-
-void CxSimCamera::refuseParam(const QString& name, ExParamOp op, int count)
-{
-    QMutexLocker lock(&d->mutex);
-    d->paramFaults.append({name, op, true, 0, count});
-}
-
-void CxSimCamera::refuseParamValue(const QString& name, int value, int count)
-{
-    QMutexLocker lock(&d->mutex);
-    d->paramFaults.append({name, ExParamOp::Set, false, value, count});
-}
-
-void CxSimCamera::refuseStart(int count)
-{
-    QMutexLocker lock(&d->mutex);
-    d->startFaults = count;
-}
-
-void CxSimCamera::failStop(int count)
-{
-    QMutexLocker lock(&d->mutex);
-    d->stopFaults = count;
-}
-
-void CxSimCamera::failCaptures(ExCaptureFault kind, int count, int fromCapture)
-{
-    QMutexLocker lock(&d->mutex);
-    SxCaptureFault fault;
-    fault.kind = kind;
-    fault.remaining = count;
-    // Counted within the running acquisition, or the next one when idle.
-    fault.fromCapture = quint64(std::max(fromCapture, 0)) + (d->acquiring ? d->captureCalls : 0);
-    d->captureFaults.append(fault);
-}
-
-void CxSimCamera::clearFaults()
-{
-    QMutexLocker lock(&d->mutex);
-    d->paramFaults.clear();
-    d->captureFaults.clear();
-    d->startFaults = 0;
-    d->stopFaults = 0;
-}
-
-QList<SxCallLogEntry> CxSimCamera::callLog() const
-{
-    QMutexLocker lock(&d->mutex);
-    QList<SxCallLogEntry> entries;
-    entries.reserve(qsizetype(d->log.size()));
-    for (size_t i = 0; i < d->log.size(); ++i)
-        entries.append(d->log[(d->logOldest + i) % d->log.size()]);
-    return entries;
-}
-
-QStringList CxSimCamera::callLogText(bool withImages) const
-{
-    QStringList lines;
-    for (const SxCallLogEntry& entry : callLog())
-        if (withImages || entry.kind != SxCallLogEntry::GetImage)
-            lines.append(entry.toString());
-    return lines;
-}
-
-void CxSimCamera::clearCallLog()
-{
-    QMutexLocker lock(&d->mutex);
-    d->log.clear();
-    d->logOldest = 0;
 }
 
 bool CxSimCamera::isAcquiring() const

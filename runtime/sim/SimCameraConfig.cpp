@@ -12,3 +12,9 @@ QString CxSimCameraConfig::pacingName(ExPacing pacing)
     }
     return QString();
 }
+
+SxCameraDescription CxSimCameraConfig::description() const
+{
+    return {id,           modelName, serialNumber, userName, nameSelection,
+            QStringLiteral("%1, %2 MB/s").arg(link.type).arg(link.rateMBps), hasParameterSet};
+}
