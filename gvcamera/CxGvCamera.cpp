@@ -1,0 +1,152 @@
+#include <arv.h>
+
+#include "CxGvCamera.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <atomic>
+#include <cstring>
+
+namespace {
+
+// Registers this camera adds to those the fake camera reads itself.
+constexpr guint32 kTestPatternRegister = 0x400;
+constexpr guint32 kTimestampControlRegister = 0x944; // GigE Vision bootstrap "Timestamp Control"
+constexpr guint32 kLinkTimeCounter = 2;
+constexpr double kTicksPerUs = 250.0;
+// Where the fake camera keeps its identity, as discovery reports it.
+constexpr guint32 kVendorOffset = 0x48;
+constexpr guint32 kModelOffset = 0x68;
+
+void writeString(ArvFakeCamera* camera, guint32 offset, const char* text, size_t room)
+{
+    char field[48] = {};
+    std::strncpy(field, text, std::min(room, sizeof(field)) - 1);
+    arv_fake_camera_write_memory(camera, offset, guint32(room), field);
+}
+
+} // namespace
+
+struct CxGvCamera::Private
+{
+    QTemporaryDir folder;
+    ArvGvFakeCamera* server = nullptr;
+    ArvFakeCamera* camera = nullptr;
+    double linkRate = 400.0;
+    // The fill runs on the fake camera's own thread; only the counts are read elsewhere.
+    qint64 epochUs = 0;
+    double linkFree = 0.0; // device ticks at which the link is free for the next frame
+    std::atomic<quint64> sent{0};
+    std::atomic<quint64> counterFrames{0};
+
+    static void fill(ArvBuffer* buffer, void* data, guint32, guint32, ArvPixelFormat format);
+};
+
+void CxGvCamera::Private::fill(ArvBuffer* buffer, void* data, guint32, guint32, ArvPixelFormat format)
+{
+    auto* d = static_cast<Private*>(data);
+    const qint64 nowUs = g_get_monotonic_time();
+    guint32 control = 0;
+    arv_fake_camera_read_register(d->camera, kTimestampControlRegister, &control);
+    if (control & 1u) {
+        // The reset is seen with the first frame after it, which is where a run starts.
+        d->epochUs = nowUs;
+        d->linkFree = 0.0;
+        arv_fake_camera_write_register(d->camera, kTimestampControlRegister, 0);
+    }
+    guint32 pattern = 0;
+    arv_fake_camera_read_register(d->camera, kTestPatternRegister, &pattern);
+    const quint64 bytes = quint64(arv_buffer_get_image_width(buffer)) * quint64(arv_buffer_get_image_height(buffer)) *
+                          quint64(ARV_PIXEL_FORMAT_BIT_PER_PIXEL(format)) / 8u;
+    auto* out = static_cast<quint8*>(const_cast<void*>(arv_buffer_get_data(buffer, nullptr)));
+    const double start = std::max(double(nowUs - d->epochUs) * kTicksPerUs, d->linkFree);
+    const double ticksPerByte = kTicksPerUs / d->linkRate;
+    if (pattern == kLinkTimeCounter && format == ARV_PIXEL_FORMAT_MONO_16) {
+        auto* words = reinterpret_cast<quint64*>(out);
+        for (quint64 i = 0; i < bytes / 8; ++i)
+            words[i] = quint64(start + double(i * 8) * ticksPerByte);
+        ++d->counterFrames;
+    } else {
+        for (quint64 i = 0; i < bytes; ++i)
+            out[i] = quint8(i + d->sent);
+    }
+    d->linkFree = start + double(bytes) * ticksPerByte;
+    arv_buffer_set_timestamp(buffer, guint64(start * 4.0)); // ticks of 4 ns
+    ++d->sent;
+}
+
+CxGvCamera::CxGvCamera() : d(new Private) {}
+
+CxGvCamera::~CxGvCamera()
+{
+    stop();
+}
+
+bool CxGvCamera::start(const SxGvCameraOptions& options, QString* error)
+{
+    // The description lives in a static library, whose resources the linker keeps only when asked.
+    Q_INIT_RESOURCE(gvcamera);
+    stop();
+    // Aravis reads the description from a file; the one built in is written out for it.
+    const QString description = d->folder.filePath(QStringLiteral("ks-gv-camera.xml"));
+    QFile source(QStringLiteral(":/ksGvCamera/ks-gv-camera.xml"));
+    QFile::remove(description);
+    if (!d->folder.isValid() || !source.copy(description)) {
+        if (error)
+            *error = QStringLiteral("cannot write the camera description to %1").arg(description);
+        return false;
+    }
+    g_random_set_seed(options.seed);
+    const QByteArray address = options.address.toUtf8();
+    const QByteArray serial = options.serialNumber.toUtf8();
+    d->server = arv_gv_fake_camera_new_full(address.constData(), serial.constData(),
+                                            QFile::encodeName(description).constData());
+    if (!d->server || !arv_gv_fake_camera_is_running(d->server)) {
+        if (error)
+            *error = QStringLiteral("cannot serve a camera on %1 (no interface with that address, or its "
+                                    "GVCP port 3956 is taken)")
+                         .arg(options.address);
+        stop();
+        return false;
+    }
+    g_object_set(d->server, "gvsp-lost-ratio", options.loss, nullptr);
+    d->camera = arv_gv_fake_camera_get_fake_camera(d->server);
+    d->linkRate = options.linkRateMBps;
+    d->epochUs = g_get_monotonic_time();
+    d->linkFree = 0.0;
+    d->sent = 0;
+    d->counterFrames = 0;
+    writeString(d->camera, kVendorOffset, kVendor, 32);
+    writeString(d->camera, kModelOffset, options.model.toUtf8().constData(), 32);
+    arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_WIDTH, guint32(options.width));
+    arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_HEIGHT, guint32(options.height));
+    arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_PIXEL_FORMAT, ARV_PIXEL_FORMAT_MONO_16);
+    arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_ACQUISITION_FRAME_PERIOD_US,
+                                   guint32(1e6 / options.fps + 0.5));
+    arv_fake_camera_set_fill_pattern(d->camera, &Private::fill, d.get());
+    return true;
+}
+
+void CxGvCamera::stop()
+{
+    if (d->server)
+        g_object_unref(d->server); // joins the camera's thread
+    d->server = nullptr;
+    d->camera = nullptr;
+}
+
+void CxGvCamera::stopStreaming()
+{
+    if (d->camera)
+        arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_ACQUISITION, 0);
+}
+
+quint64 CxGvCamera::framesSent() const
+{
+    return d->sent;
+}
+
+quint64 CxGvCamera::counterFrames() const
+{
+    return d->counterFrames;
+}

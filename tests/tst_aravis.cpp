@@ -1,0 +1,375 @@
+// Real GenICam cameras through Aravis, measured on ks-gv-camera served in-process over the
+// real GigE Vision protocol. Each case runs in a network namespace of its own, with lo up and
+// 127.0.0.2 beside 127.0.0.1 for a second camera (GVCP's port is per address); where
+// namespaces are not allowed, every case is skipped and says why.
+
+#include "CameraLineData.h"
+#include "CxCameraManager.h"
+#include "CxGvCamera.h"
+#include "ksAravis/CxAravisBackend.h"
+#include "ksApi.h"
+#include "ksCamera/CxCameraRegistry.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QtTest>
+#include <thread>
+
+namespace {
+
+const char* const kNamespaceVariable = "KS_TEST_NETNS";
+const char* const kSkipVariable = "KS_TEST_NETNS_UNAVAILABLE";
+
+KSCORE_HANDLE openCamera(const QString& id)
+{
+    return CxCameraManager::instance()->openCamera(id);
+}
+
+int counter(KSCORE_HANDLE hCam, int selector)
+{
+    int value = -1;
+    return ksApi_SetParamInt(hCam, "counter_selector", selector) && ksApi_GetParamInt(hCam, "counter_value", value)
+               ? value
+               : -1;
+}
+
+bool grab(KSCORE_HANDLE hCam, KS_IMG* image, unsigned int timeoutMs = 2000, int* error = nullptr)
+{
+    *image = KS_IMG();
+    image->size = sizeof(KS_IMG);
+    return ksApi_GetImage(hCam, timeoutMs, image, error, true) && image->data;
+}
+
+// What a read of each name a run must put back answers (or INT_MIN). The time-stamp reset and
+// the device-unit selectors are the plug-in's to leave as it set them.
+QMap<QString, int> snapshot(KSCORE_HANDLE hCam)
+{
+    QMap<QString, int> values;
+    for (const char* name : {"imgdataformat", "buffer_policy", "width", "height", "output_bit_depth",
+                             "output_bit_packing", "test_pattern_generator_selector", "test_pattern"}) {
+        int value = 0;
+        values.insert(QString::fromLatin1(name), ksApi_GetParamInt(hCam, name, value) ? value : INT_MIN);
+    }
+    return values;
+}
+
+} // namespace
+
+class TestAravis : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup();
+
+    void discoversAndOpensTwoCameras();
+    void parametersMapToFeatures_data();
+    void parametersMapToFeatures();
+    void framesCountAcrossTheIdWrap();
+    void lostPacketsAreTransportSkips();
+    void aSlowReaderSkipsUnderTheUnsafePolicy();
+    void aStopWakesAWaitingCaptureAndTheCameraStartsAgain();
+    void throughputIsMeasuredThroughTheNetwork();
+    void aCameraWithoutThePatternRefusesCleanly();
+
+private:
+    CxGvCamera m_camera;
+    CxGvCamera m_second;
+    bool serve(CxGvCamera& camera, SxGvCameraOptions options = SxGvCameraOptions());
+};
+
+void TestAravis::initTestCase()
+{
+    if (qEnvironmentVariableIsSet(kSkipVariable))
+        QSKIP(qPrintable(qEnvironmentVariable(kSkipVariable)));
+    CxCameraRegistry::addBackend(CxAravisBackend::instance());
+}
+
+void TestAravis::cleanup()
+{
+    CxCameraManager::instance()->closeAllCameras();
+    m_camera.stop();
+    m_second.stop();
+}
+
+bool TestAravis::serve(CxGvCamera& camera, SxGvCameraOptions options)
+{
+    QString error;
+    const bool ok = camera.start(options, &error);
+    if (!ok)
+        qWarning("%s", qPrintable(error));
+    return ok;
+}
+
+void TestAravis::discoversAndOpensTwoCameras()
+{
+    SxGvCameraOptions second;
+    second.address = QStringLiteral("127.0.0.2");
+    second.serialNumber = QStringLiteral("KSGV0002");
+    QVERIFY(serve(m_camera));
+    QVERIFY(serve(m_second, second));
+    CxCameraRegistry::discover();
+    QStringList ids;
+    for (const SxCameraDescription& camera : CxCameraRegistry::cameras())
+        if (camera.id.startsWith(QLatin1String("aravis:")) && camera.modelName == QLatin1String(kGvCameraModel))
+            ids.append(camera.id + QLatin1Char(' ') + camera.link);
+    QCOMPARE(ids.size(), 2);
+    QVERIFY2(ids.join(' ').contains(QStringLiteral("GigE Vision, 127.0.0.2")), qPrintable(ids.join(' ')));
+    // One by its listed id, the other by address.
+    const QString listed = ids.filter(QStringLiteral("KSGV0001")).value(0).section(' ', 0, 0);
+    KSCORE_HANDLE first = openCamera(listed);
+    KSCORE_HANDLE other = openCamera(QStringLiteral("aravis:127.0.0.2"));
+    QVERIFY2(first && other, qPrintable(listed));
+    CxCameraParameters* parameters = CxCameraManager::instance()->cameraParameters(other);
+    QVERIFY(parameters);
+    QCOMPARE(parameters->cameraInfo().serialNumber, QStringLiteral("KSGV0002"));
+    QCOMPARE(parameters->findParam(QStringLiteral("width"))->value().toInt(), 256);
+    QVERIFY(!openCamera(QStringLiteral("aravis:127.0.0.9")));
+}
+
+void TestAravis::parametersMapToFeatures_data()
+{
+    // Steps: NAME=VALUE writes, NAME?VALUE reads; a trailing "!" and an error code mean the call
+    // fails with that error.
+    QTest::addColumn<QStringList>("steps");
+    QTest::newRow("size within range and increment") << QStringList{
+        "width=128", "width?128", "width=100000!3", "width:settable=100000!3", "width:settable=130!3",
+        "width:settable=132", "width?128", "height=64", "height?64"};
+    QTest::newRow("bit depth and packing to the pixel format") << QStringList{
+        "output_bit_depth?16", "output_bit_depth=12", "output_bit_packing=1", "output_bit_packing?1",
+        "output_bit_depth?12", "output_bit_packing=0", "output_bit_depth=16", "output_bit_packing?0",
+        "output_bit_depth=10!3"};
+    QTest::newRow("counter pattern and its format") << QStringList{
+        "imgdataformat?0", "imgdataformat:settable=7", "imgdataformat=7", "output_bit_depth?16",
+        "test_pattern_generator_selector=1", "test_pattern=11", "test_pattern?11", "test_pattern=0",
+        "imgdataformat=0", "imgdataformat=5!3"};
+    QTest::newRow("read-only, unmapped and unsupported") << QStringList{
+        "device_unit_selector=8", "device_unit_register_selector=4096", "device_unit_register_value?26",
+        "device_unit_register_value=1!4", "LUTEnable?0!2", "column_fpn_correction=0!2",
+        "no_such_parameter=1!2", "counter_selector:settable=2", "counter_selector:settable=3!3",
+        "buffer_policy=2!3", "buffer_policy=0", "buffer_policy?0"};
+}
+
+void TestAravis::parametersMapToFeatures()
+{
+    QFETCH(QStringList, steps);
+    QVERIFY(serve(m_camera));
+    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    QVERIFY(hCam);
+    for (const QString& step : std::as_const(steps)) {
+        const bool read = step.contains('?');
+        const QStringList parts = step.split(read ? '?' : '=');
+        const QStringList valueAndError = parts[1].split('!');
+        const QByteArray name = parts[0].toLatin1();
+        const int expectedError = valueAndError.size() > 1 ? valueAndError[1].toInt() : int(KS_OK);
+        int value = valueAndError[0].toInt();
+        int error = -1;
+        const bool ok = read ? ksApi_GetParamInt(hCam, name.constData(), value, &error)
+                             : ksApi_SetParamInt(hCam, name.constData(), value, &error);
+        QVERIFY2(ok == (expectedError == KS_OK) && error == expectedError,
+                 qPrintable(QStringLiteral("%1: error %2").arg(step).arg(error)));
+        if (read && ok)
+            QVERIFY2(value == valueAndError[0].toInt(), qPrintable(QStringLiteral("%1: read %2").arg(step).arg(value)));
+    }
+}
+
+void TestAravis::framesCountAcrossTheIdWrap()
+{
+    QVERIFY(serve(m_camera));
+    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    QVERIFY(hCam && ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    quint32 previous = 0;
+    for (int i = 0; i < 300; ++i) {
+        QVERIFY2(grab(hCam, &image), qPrintable(QString::number(i)));
+        // The camera's 16-bit ids start near their wrap, so 300 frames cross it.
+        QVERIFY2(i == 0 || image.frameNumber > previous, qPrintable(QString::number(image.frameNumber)));
+        previous = image.frameNumber;
+        QCOMPARE(image.width * image.height * 2, quint32(image.dataSize));
+    }
+    QVERIFY(previous > 65535);
+    QCOMPARE(counter(hCam, KS_CNT_TRANSPORT_SKIP), 0);
+    QCOMPARE(counter(hCam, KS_CNT_API_SKIP), 0);
+    const int transferred = counter(hCam, KS_CNT_TRANSFERRED);
+    QVERIFY2(transferred >= 300 && transferred <= 302, qPrintable(QString::number(transferred)));
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+}
+
+void TestAravis::lostPacketsAreTransportSkips()
+{
+    SxGvCameraOptions options;
+    options.loss = 0.01;
+    QVERIFY(serve(m_camera, options));
+    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    QVERIFY(hCam && ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    int complete = 0;
+    QElapsedTimer timer;
+    timer.start();
+    while (m_camera.framesSent() < 300 && timer.elapsed() < 10000)
+        complete += grab(hCam, &image, 100) ? 1 : 0;
+    m_camera.stopStreaming();
+    // What is on its way arrives or is given up within the stream's time-outs.
+    QTest::qWait(600);
+    while (grab(hCam, &image, 50))
+        ++complete;
+    const int skipped = counter(hCam, KS_CNT_TRANSPORT_SKIP);
+    const int transferred = counter(hCam, KS_CNT_TRANSFERRED);
+    QCOMPARE(transferred, complete);
+    QVERIFY2(skipped > 0, "about 60 % of 96-packet frames lose a packet at 1 %");
+    QCOMPARE(quint64(transferred + skipped), m_camera.framesSent());
+    QCOMPARE(counter(hCam, KS_CNT_API_SKIP), 0);
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+}
+
+void TestAravis::aSlowReaderSkipsUnderTheUnsafePolicy()
+{
+    QVERIFY(serve(m_camera));
+    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    QVERIFY(hCam && ksApi_SetParamInt(hCam, "buffer_policy", 0) && ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    quint32 previous = 0;
+    bool gap = false;
+    for (int i = 0; i < 20; ++i) {
+        QVERIFY(grab(hCam, &image));
+        gap = gap || (i > 0 && image.frameNumber > previous + 1);
+        previous = image.frameNumber;
+        QThread::msleep(30); // six frame periods at 200 fps
+    }
+    QVERIFY(gap);
+    const int apiSkipped = counter(hCam, KS_CNT_API_SKIP);
+    QVERIFY2(apiSkipped >= 40, qPrintable(QString::number(apiSkipped)));
+    QCOMPARE(counter(hCam, KS_CNT_TRANSPORT_SKIP), 0);
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+}
+
+void TestAravis::aStopWakesAWaitingCaptureAndTheCameraStartsAgain()
+{
+    SxGvCameraOptions options;
+    options.fps = 0.5;
+    QVERIFY(serve(m_camera, options));
+    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    QVERIFY(hCam);
+    for (int run = 0; run < 2; ++run) {
+        QVERIFY(ksApi_StartAcquisition(hCam));
+        KS_IMG image;
+        grab(hCam, &image, 3000); // the first frame of a slow camera comes at its own time
+        int error = KS_OK;
+        QElapsedTimer sinceStop;
+        std::thread reader([&] { grab(hCam, &image, 5000, &error); });
+        QThread::msleep(100);
+        sinceStop.start();
+        QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+        reader.join();
+        QVERIFY2(sinceStop.elapsed() < 200, qPrintable(QString::number(sinceStop.elapsed())));
+        QCOMPARE(error, int(KS_ERR_ABORTED));
+    }
+}
+
+void TestAravis::throughputIsMeasuredThroughTheNetwork()
+{
+    QVERIFY(serve(m_camera));
+    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    QVERIFY(hCam);
+    const QMap<QString, int> before = snapshot(hCam);
+    CxCameraLineData line;
+    line.hCam = hCam;
+    line.cameraName = QStringLiteral("gv");
+    QVERIFY(line.AllocateBuffers(1));
+    QVERIFY(line.startMeasurement(4096, 1000000));
+    QTest::qWait(1500);
+    QVERIFY(line.stopMeasurement());
+    QVERIFY2(line.frames.size() >= 100, qPrintable(QString::number(line.frames.size())));
+    const double rate = line.linkAverage();
+    QVERIFY2(qAbs(rate - 400.0) < 2.0, qPrintable(QString::number(rate)));
+    // Every step within every frame, not just the average, runs at the link's rate.
+    std::vector<double> speeds(line.frames.first()->sampleCount);
+    for (const CxCameraLineData::CxFrameData* frame : std::as_const(line.frames)) {
+        const unsigned int steps = frame->calculateFrameSpeeds(4096, 0.0, speeds.data(), nullptr, nullptr);
+        for (unsigned int i = 0; i < steps; ++i)
+            QVERIFY2(qAbs(speeds[i] - 400.0) < 2.0, qPrintable(QString::number(speeds[i])));
+    }
+    QCOMPARE(snapshot(hCam), before);
+    QVERIFY(m_camera.counterFrames() >= 100);
+}
+
+void TestAravis::aCameraWithoutThePatternRefusesCleanly()
+{
+    SxGvCameraOptions options;
+    options.model = QStringLiteral("KS-GV-Plain");
+    QVERIFY(serve(m_camera, options));
+    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    QVERIFY(hCam);
+    const QMap<QString, int> before = snapshot(hCam);
+    CxCameraLineData line;
+    line.hCam = hCam;
+    QVERIFY(line.AllocateBuffers(1));
+    QVERIFY(!line.startMeasurement(4096, 1000000));
+    QCOMPARE(snapshot(hCam), before);
+    QCOMPARE(CxCameraRegistry::camera(hCam)->lastRefusal(),
+             QStringLiteral("This camera cannot send the link-time counter pattern; use Standard Sensor Acquisition"));
+    // The standard acquisition needs no pattern.
+    line.measureMode = MeasureModeStandardAcquisition;
+    QVERIFY(line.AllocateBuffers(1));
+    QVERIFY(line.startMeasurement(4096, 1000));
+    QTest::qWait(300);
+    QVERIFY(line.stopMeasurement());
+    QVERIFY(line.counterSamples.size() >= 20);
+    QCOMPARE(snapshot(hCam), before);
+}
+
+// Runs each case in a network namespace of its own, as a child process of this one.
+int runEachCaseInItsOwnNamespace(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    QProcess probe;
+    probe.start(QStringLiteral("unshare"), {QStringLiteral("-n"), QStringLiteral("true")});
+    const bool allowed = probe.waitForFinished(10000) && probe.exitStatus() == QProcess::NormalExit &&
+                         probe.exitCode() == 0;
+    if (!allowed) {
+        const QString why = QStringLiteral("network namespaces are not allowed here (unshare -n: %1)")
+                                .arg(QString::fromLocal8Bit(probe.readAllStandardError()).trimmed());
+        qputenv(kSkipVariable, why.toLocal8Bit());
+        TestAravis test;
+        return QTest::qExec(&test, argc, argv);
+    }
+    int passed = 0;
+    int failed = 0;
+    const QMetaObject& meta = TestAravis::staticMetaObject;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        const QString name = QString::fromLatin1(method.name());
+        if (method.access() != QMetaMethod::Private || method.methodType() != QMetaMethod::Slot ||
+            name.endsWith(QLatin1String("_data")) || name == QLatin1String("initTestCase") ||
+            name == QLatin1String("cleanup"))
+            continue;
+        QProcess child;
+        child.setProcessChannelMode(QProcess::ForwardedChannels);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QString::fromLatin1(kNamespaceVariable), QStringLiteral("1"));
+        child.setProcessEnvironment(environment);
+        child.start(QStringLiteral("unshare"),
+                    {QStringLiteral("-n"), QStringLiteral("sh"), QStringLiteral("-c"),
+                     QStringLiteral("ip link set lo up && ip addr add 127.0.0.2/8 dev lo && exec \"$0\" \"$1\""),
+                     QCoreApplication::applicationFilePath(), name});
+        const bool ok = child.waitForFinished(60000) && child.exitStatus() == QProcess::NormalExit &&
+                        child.exitCode() == 0;
+        if (!ok)
+            child.kill();
+        (ok ? passed : failed) += 1;
+    }
+    printf("%d passed, %d failed\n", passed, failed);
+    return failed == 0 ? 0 : 1;
+}
+
+int main(int argc, char* argv[])
+{
+    if (argc == 1 && !qEnvironmentVariableIsSet(kNamespaceVariable))
+        return runEachCaseInItsOwnNamespace(argc, argv);
+    QCoreApplication app(argc, argv);
+    TestAravis test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_aravis.moc"
