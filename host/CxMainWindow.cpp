@@ -8,6 +8,7 @@
 #include <QActionGroup>
 #include <QImage>
 #include <QPixmap>
+#include <QThread>
 
 namespace {
 enum : int
@@ -40,6 +41,8 @@ CxMainWindow::CxMainWindow() : ui(new Ui_CxMainWindow)
 {
     ui->setupUi(this);
     connect(ui->actionQuit, &QAction::triggered, this, &QWidget::close);
+    connect(ui->actionRefresh, &QAction::triggered, this, &CxMainWindow::discoverCameras);
+    connect(ui->btnRefresh, &QPushButton::clicked, this, &CxMainWindow::discoverCameras);
     connect(ui->btnOpen, &QPushButton::clicked, this, &CxMainWindow::onOpen);
     connect(ui->btnClose, &QPushButton::clicked, this, &CxMainWindow::onClose);
     connect(ui->btnAcquire, &QPushButton::clicked, this, &CxMainWindow::onAcquire);
@@ -54,10 +57,15 @@ CxMainWindow::CxMainWindow() : ui(new Ui_CxMainWindow)
     connect(manager, &CxCameraManager::acquisitionStarted, this, &CxMainWindow::onCameraChanged);
     connect(manager, &CxCameraManager::acquisitionFinished, this, &CxMainWindow::onCameraChanged);
     connect(manager, &CxCameraManager::imageFormatChanged, this, &CxMainWindow::onCameraChanged);
+    connect(manager, &CxCameraManager::cameraOpenFailed, this, &CxMainWindow::onOpenFailed);
 
     m_liveTimer.setInterval(100);
     connect(&m_liveTimer, &QTimer::timeout, this, &CxMainWindow::updateLiveView);
     m_liveTimer.start();
+    // A real camera that vanishes says so only when asked.
+    m_connectionTimer.setInterval(1000);
+    connect(&m_connectionTimer, &QTimer::timeout, this, &CxMainWindow::checkConnections);
+    m_connectionTimer.start();
     refreshCameraList();
 }
 
@@ -113,7 +121,9 @@ void CxMainWindow::refreshCameraList()
         const SxCameraDescription& camera = cameras[row];
         const KSCORE_HANDLE hCam = handleOf(camera.id);
         QString state = tr("Closed");
-        if (hCam && m_delegate && !m_delegate->isCameraControlEnabled(hCam))
+        if (hCam && !manager->isCameraConnected(hCam))
+            state = tr("Disconnected");
+        else if (hCam && m_delegate && !m_delegate->isCameraControlEnabled(hCam))
             state = tr("Measured by plug-in");
         else if (hCam && manager->isCameraRunning(hCam))
             state = tr("Acquiring");
@@ -162,8 +172,40 @@ void CxMainWindow::refreshControls()
 void CxMainWindow::onOpen()
 {
     const QString id = selectedId();
-    if (!id.isEmpty() && !CxCameraManager::instance()->openCamera(id))
-        statusBar()->showMessage(tr("Camera %1 could not be opened.").arg(id), 5000);
+    // A real camera takes up to seconds to open, or to give up.
+    if (!id.isEmpty() && CxCameraManager::instance()->openCameraInBackground(id)) {
+        statusBar()->showMessage(tr("Opening camera %1...").arg(id));
+        ui->btnOpen->setEnabled(false);
+    }
+}
+
+void CxMainWindow::onOpenFailed(const QString& id, const QString& reason)
+{
+    statusBar()->showMessage(tr("Camera %1 could not be opened: %2").arg(id, reason), 10000);
+    refreshControls();
+}
+
+void CxMainWindow::discoverCameras()
+{
+    if (m_discovering)
+        return;
+    m_discovering = true;
+    ui->btnRefresh->setEnabled(false);
+    statusBar()->showMessage(tr("Looking for cameras..."));
+    QThread* worker = QThread::create([]() { CxCameraRegistry::discover(); });
+    connect(worker, &QThread::finished, this, [this, worker]() {
+        worker->deleteLater();
+        m_discovering = false;
+        ui->btnRefresh->setEnabled(true);
+        refreshCameraList();
+        statusBar()->showMessage(tr("%n camera(s) found.", nullptr, ui->cameraTable->rowCount()), 5000);
+    });
+    worker->start();
+}
+
+void CxMainWindow::showRuntimeMessage(const QString& message)
+{
+    statusBar()->showMessage(message, 15000);
 }
 
 void CxMainWindow::onClose()
@@ -195,6 +237,8 @@ void CxMainWindow::onFormatChosen(int index)
 
 void CxMainWindow::onCameraChanged(KSCORE_HANDLE)
 {
+    if (statusBar()->currentMessage().startsWith(tr("Opening camera")))
+        statusBar()->clearMessage();
     refreshCameraList();
 }
 
@@ -211,4 +255,17 @@ void CxMainWindow::updateLiveView()
     ui->liveView->setPixmap(QPixmap::fromImage(grey).scaled(ui->liveView->size(), Qt::KeepAspectRatio));
     ui->liveView->setToolTip(
         tr("Frame %1, %2 x %3").arg(image.frameNumber).arg(image.width).arg(image.height));
+}
+
+void CxMainWindow::checkConnections()
+{
+    CxCameraManager* manager = CxCameraManager::instance();
+    QList<KSCORE_HANDLE> disconnected;
+    for (KSCORE_HANDLE hCam : manager->openedCameras())
+        if (!manager->isCameraConnected(hCam))
+            disconnected.append(hCam);
+    if (disconnected == m_disconnected)
+        return;
+    m_disconnected = disconnected;
+    refreshCameraList();
 }

@@ -1,4 +1,4 @@
-// The host's main window: the configured simulated cameras, opened and closed here, the
+// The host's main window: the simulated and real cameras, opened and closed here, the
 // host's own acquisition with a live view of the last frame, the image format, and the
 // docks of the plug-in panels. Every action goes through the camera manager, so that the
 // plug-ins hear the same signals as under the real host.
@@ -23,6 +23,12 @@ public:
     void setDelegate(CxHostDelegate* delegate);
     // Selects the camera of that identifier in the list.
     void selectCamera(const QString& id);
+    // Looks for real cameras on a worker thread (it takes about a second) and lists them.
+    void discoverCameras();
+
+public slots:
+    // A message of the camera runtime, such as why a camera refused a setting.
+    void showRuntimeMessage(const QString& message);
 
 private slots:
     void refreshCameraList();
@@ -32,7 +38,9 @@ private slots:
     void onAcquire();
     void onFormatChosen(int index);
     void onCameraChanged(KSCORE_HANDLE hCam);
+    void onOpenFailed(const QString& id, const QString& reason);
     void updateLiveView();
+    void checkConnections();
 
 private:
     QString selectedId() const;
@@ -41,5 +49,8 @@ private:
     Ui_CxMainWindow* ui;
     CxHostDelegate* m_delegate = nullptr;
     QTimer m_liveTimer;
+    QTimer m_connectionTimer;
+    QList<KSCORE_HANDLE> m_disconnected;
     bool m_updatingFormat = false;
+    bool m_discovering = false;
 };

@@ -116,8 +116,15 @@ void CxScriptedRun::start()
         return;
     }
     CxCameraManager* manager = CxCameraManager::instance();
-    for (const QString& id : manager->availableCameras())
-        manager->openCamera(id);
+    for (const QString& id : m_options.cameraIds) {
+        if (!manager->openCamera(id)) {
+            fail(QStringLiteral("camera %1 could not be opened: %2").arg(id, manager->lastOpenError()));
+            return;
+        }
+    }
+    if (m_options.cameraIds.isEmpty())
+        for (const QString& id : manager->availableCameras())
+            manager->openCamera(id);
     if (manager->openedCameras().isEmpty()) {
         fail(QStringLiteral("no camera could be opened"));
         return;

@@ -1,4 +1,4 @@
-// The unattended demonstration: open every configured camera, press the panel's
+// The unattended demonstration: open every configured camera (or the named ones), press the panel's
 // "Start All", measure for a while, press "Stop All", and leave the results in a folder:
 // screenshots of the window while it measures (measuring.png) and after (panel.png), each camera's CSV report
 // through the panel's own export, and summary.json with what each camera's row shows.
@@ -27,6 +27,7 @@ public:
         QString outDir;
         double durationSeconds = 10.0;
         bool acquisitionMode = false;
+        QStringList cameraIds; // empty: every simulated camera
     };
 
     CxScriptedRun(QMainWindow* window, const SxOptions& options);

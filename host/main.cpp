@@ -8,12 +8,16 @@
 #include "CxPluginHost.h"
 #include "CxScriptedRun.h"
 #include "ksSim/CxSimulation.h"
+#ifdef KS_HAVE_ARAVIS
+#include "ksAravis/CxAravisBackend.h"
+#endif
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDateTime>
 #include <QDir>
 #include <QPalette>
+#include <QPointer>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QStyleFactory>
@@ -24,6 +28,7 @@ namespace {
 struct SxHostOptions
 {
     QString camerasFile;
+    QStringList cameraIds;
     bool headless = false;
     double duration = 10.0;
     bool acquisition = false;
@@ -43,8 +48,9 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Runs the Lumorix host's plug-ins against simulated cameras. Without a display (or with "
-        "--headless) it opens every camera, presses \"Start All\" in the Data Throughput Graph "
+        "Runs the Lumorix host's plug-ins against simulated cameras and real GenICam cameras. Without a "
+        "display (or with "
+        "--headless) it opens every simulated camera (or those --camera names), presses \"Start All\" in the Data Throughput Graph "
         "panel, measures, presses \"Stop All\" and writes panel.png, one CSV report per camera "
         "and summary.json into the output folder."));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
@@ -53,6 +59,11 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
         QStringLiteral("cameras"),
         QStringLiteral("Camera configuration (JSON); default: the built-in cameras."),
         QStringLiteral("FILE"));
+    const QCommandLineOption camera(
+        QStringLiteral("camera"),
+        QStringLiteral("Opens this camera instead of every simulated one; repeatable. A real camera is "
+                       "aravis: followed by its device id or IP address."),
+        QStringLiteral("ID"));
     const QCommandLineOption headless(QStringLiteral("headless"),
                                       QStringLiteral("Scripted run; implied when there is no display."));
     const QCommandLineOption duration(QStringLiteral("duration"),
@@ -67,7 +78,7 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
     const QCommandLineOption plugins(QStringLiteral("plugins"),
                                      QStringLiteral("Plug-in folder (default: plugins next to the program)."),
                                      QStringLiteral("DIR"));
-    parser.addOptions({help, cameras, headless, duration, mode, out, plugins});
+    parser.addOptions({help, cameras, camera, headless, duration, mode, out, plugins});
     if (!parser.parse(arguments)) {
         fprintf(stderr, "lumorix-sim: %s\nTry --help.\n", qPrintable(parser.errorText()));
         return 2;
@@ -96,6 +107,7 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
     }
     options->acquisition = modeText == QLatin1String("acquisition");
     options->camerasFile = parser.value(cameras);
+    options->cameraIds = parser.values(camera);
     options->headless = parser.isSet(headless) || !hasDisplay();
     options->outDir = parser.value(out);
     options->pluginDir = parser.value(plugins);
@@ -106,10 +118,15 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
 // like a desktop would; the line says nothing about the run and would bury its output.
 QtMessageHandler g_defaultHandler = nullptr;
 
-void filterPlatformNoise(QtMsgType type, const QMessageLogContext& context, const QString& message)
+QPointer<CxMainWindow> g_window;
+
+void filterMessages(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     if (type == QtWarningMsg && message == QLatin1String("This plugin does not support propagateSizeHints()"))
         return;
+    // Why a real camera refused something is worth the window's status bar too.
+    if (type == QtWarningMsg && message.startsWith(QLatin1String("aravis:")) && g_window)
+        QMetaObject::invokeMethod(g_window, "showRuntimeMessage", Qt::QueuedConnection, Q_ARG(QString, message));
     g_defaultHandler(type, context, message);
 }
 
@@ -145,10 +162,12 @@ int main(int argc, char* argv[])
     const int early = parseOptions(arguments, &options);
     if (early >= 0)
         return early;
-    if (options.headless && !hasDisplay()) {
+    if (options.headless && !hasDisplay())
         qputenv("QT_QPA_PLATFORM", "offscreen");
-        g_defaultHandler = qInstallMessageHandler(filterPlatformNoise);
-    }
+    g_defaultHandler = qInstallMessageHandler(filterMessages);
+#ifdef KS_HAVE_ARAVIS
+    CxCameraRegistry::addBackend(CxAravisBackend::instance());
+#endif
 
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Quorvane"));
@@ -181,6 +200,7 @@ int main(int argc, char* argv[])
                                           QStringLiteral("Quorvane"), QStringLiteral("lumorix-sim"));
 
     auto* window = new CxMainWindow;
+    g_window = window;
     CxHostDelegate delegate(window, settings.get());
     window->setDelegate(&delegate);
 
@@ -207,7 +227,8 @@ int main(int argc, char* argv[])
                 qPrintable(QDir(options.outDir).absolutePath()));
         fflush(stdout);
         run = std::make_unique<CxScriptedRun>(
-            window, CxScriptedRun::SxOptions{options.outDir, options.duration, options.acquisition});
+            window,
+            CxScriptedRun::SxOptions{options.outDir, options.duration, options.acquisition, options.cameraIds});
         QObject::connect(run.get(), &CxScriptedRun::finished, &app, [&exitCode](int code) {
             exitCode = code;
             QCoreApplication::quit();
@@ -216,8 +237,9 @@ int main(int argc, char* argv[])
         app.exec();
     } else {
         CxCameraManager* manager = CxCameraManager::instance();
-        for (const QString& id : manager->availableCameras())
-            manager->openCamera(id);
+        for (const QString& id : options.cameraIds.isEmpty() ? manager->availableCameras() : options.cameraIds)
+            manager->openCameraInBackground(id);
+        window->discoverCameras();
         exitCode = app.exec();
     }
 

@@ -11,6 +11,9 @@
 #include "ksCamera/CxCameraRegistry.h"
 
 #include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QtTest>
 #include <thread>
@@ -72,6 +75,7 @@ private slots:
     void aStopWakesAWaitingCaptureAndTheCameraStartsAgain();
     void throughputIsMeasuredThroughTheNetwork();
     void aCameraWithoutThePatternRefusesCleanly();
+    void theHostMeasuresTheCamerasItIsGiven();
 
 private:
     CxGvCamera m_camera;
@@ -317,6 +321,32 @@ void TestAravis::aCameraWithoutThePatternRefusesCleanly()
     QVERIFY(line.stopMeasurement());
     QVERIFY(line.counterSamples.size() >= 20);
     QCOMPARE(snapshot(hCam), before);
+}
+
+void TestAravis::theHostMeasuresTheCamerasItIsGiven()
+{
+    QVERIFY(serve(m_camera));
+    QTemporaryDir out;
+    QProcess host;
+    host.setProcessChannelMode(QProcess::MergedChannels);
+    host.start(QStringLiteral(HOST_PATH), {QStringLiteral("--headless"), QStringLiteral("--camera"),
+                                           QStringLiteral("aravis:127.0.0.1"), QStringLiteral("--duration"),
+                                           QStringLiteral("2"), QStringLiteral("--out"), out.path()});
+    QVERIFY(host.waitForFinished(60000));
+    const QString output = QString::fromLocal8Bit(host.readAll());
+    QVERIFY2(host.exitCode() == 0, qPrintable(output));
+    QFile summary(out.filePath(QStringLiteral("summary.json")));
+    QVERIFY(summary.open(QIODevice::ReadOnly));
+    const QJsonArray cameras = QJsonDocument::fromJson(summary.readAll()).object().value("cameras").toArray();
+    QCOMPARE(cameras.size(), 1);
+    QVERIFY2(qAbs(cameras[0].toObject().value("linkAverage").toDouble() - 400.0) < 2.0, qPrintable(output));
+    // A camera that is not there ends the run with the reason.
+    host.start(QStringLiteral(HOST_PATH), {QStringLiteral("--headless"), QStringLiteral("--camera"),
+                                           QStringLiteral("aravis:127.0.0.7"), QStringLiteral("--out"), out.path()});
+    QVERIFY(host.waitForFinished(60000));
+    QCOMPARE(host.exitCode(), 1);
+    QVERIFY2(host.readAll().contains("camera aravis:127.0.0.7 could not be opened: aravis:127.0.0.7:"),
+             "the reason follows the camera");
 }
 
 // Runs each case in a network namespace of its own, as a child process of this one.

@@ -128,7 +128,15 @@ CxAravisCamera::CxAravisCamera(ArvCamera* camera, const QString& id) : m_camera(
     m_description.modelName = text(arv_camera_get_model_name);
     m_description.serialNumber = text(arv_camera_get_device_serial_number);
     m_description.userName = vendor;
-    m_description.link = m_gigE ? QStringLiteral("GigE Vision") : QStringLiteral("USB3 Vision");
+    m_description.link = QStringLiteral("USB3 Vision");
+    if (m_gigE) {
+        GSocketAddress* socket = arv_gv_device_get_device_address(ARV_GV_DEVICE(m_device));
+        GInetAddress* address =
+            G_IS_INET_SOCKET_ADDRESS(socket) ? g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(socket)) : nullptr;
+        gchar* text = address ? g_inet_address_to_string(address) : nullptr;
+        m_description.link = QStringLiteral("GigE Vision, %1").arg(QString::fromUtf8(text ? text : "?"));
+        g_free(text);
+    }
     for (const SxCounterPatternProfile& profile : CxAravisBackend::counterPatternProfiles())
         if ((profile.vendor.isEmpty() || profile.vendor == vendor) && profile.model == m_description.modelName)
             m_profile = profile;
@@ -222,6 +230,8 @@ QList<CxCameraParam::SxEnumItem> CxAravisCamera::enumItems(const QString& name) 
 int CxAravisCamera::getParam(const QString& name, int& value, ExCaller)
 {
     QMutexLocker lock(&m_control);
+    if (m_lost)
+        return KS_ERR_DEVICE; // each request would wait out the control channel's time-out
     if (name.endsWith(QLatin1String(KS_SETTABLE_SUFFIX)))
         return KS_ERR_INVALID_ARGUMENT;
     return readParam(name, value);
@@ -230,6 +240,8 @@ int CxAravisCamera::getParam(const QString& name, int& value, ExCaller)
 int CxAravisCamera::setParam(const QString& name, int value, ExCaller)
 {
     QMutexLocker lock(&m_control);
+    if (m_lost)
+        return KS_ERR_DEVICE;
     const QString suffix = QStringLiteral(KS_SETTABLE_SUFFIX);
     if (name.endsWith(suffix))
         return writeParam(name.chopped(suffix.size()), value, true);

@@ -38,7 +38,7 @@ public:
     int waitOutCapture(unsigned int timeoutMs) override;
     QString lastRefusal() const override;
     // False once the camera stopped answering (its heartbeat failed).
-    bool isConnected() const;
+    bool isConnected() const override;
 
 private:
     CxAravisCamera(ArvCamera* camera, const QString& id);

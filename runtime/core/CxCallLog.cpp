@@ -139,3 +139,8 @@ QString CxCallLog::lastRefusal() const
 {
     return m_camera->lastRefusal();
 }
+
+bool CxCallLog::isConnected() const
+{
+    return m_camera->isConnected();
+}

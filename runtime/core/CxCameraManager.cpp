@@ -2,6 +2,7 @@
 
 #include "ksCamera/CxCameraRegistry.h"
 
+#include <QThread>
 #include <QtDebug>
 
 CxCameraManager* CxCameraManager::instance()
@@ -40,17 +41,54 @@ QStringList CxCameraManager::availableCameras() const
     return ids;
 }
 
+bool CxCameraManager::isOpenOrOpening(const QString& cameraId) const
+{
+    for (const SxOpened& opened : m_opened)
+        if (opened.id == cameraId)
+            return true;
+    return m_opening.contains(cameraId);
+}
+
 KSCORE_HANDLE CxCameraManager::openCamera(const QString& cameraId)
 {
-    for (const SxOpened& opened : std::as_const(m_opened))
-        if (opened.id == cameraId)
-            return nullptr;
-    QString error;
-    KSCORE_HANDLE hCam = CxCameraRegistry::open(cameraId, &error);
-    if (!hCam) {
-        qWarning("cannot open camera: %s", qPrintable(error));
+    if (isOpenOrOpening(cameraId)) {
+        m_lastOpenError = QStringLiteral("camera \"%1\" is open already").arg(cameraId);
         return nullptr;
     }
+    KSCORE_HANDLE hCam = CxCameraRegistry::open(cameraId, &m_lastOpenError);
+    if (!hCam) {
+        qWarning("cannot open camera: %s", qPrintable(m_lastOpenError));
+        return nullptr;
+    }
+    adopt(hCam, cameraId);
+    return hCam;
+}
+
+bool CxCameraManager::openCameraInBackground(const QString& cameraId)
+{
+    if (isOpenOrOpening(cameraId))
+        return false;
+    m_opening.append(cameraId);
+    auto result = std::make_shared<std::pair<KSCORE_HANDLE, QString>>(nullptr, QString());
+    QThread* worker = QThread::create([cameraId, result]() {
+        result->first = CxCameraRegistry::open(cameraId, &result->second);
+    });
+    connect(worker, &QThread::finished, this, [this, worker, cameraId, result]() {
+        worker->deleteLater();
+        m_opening.removeAll(cameraId);
+        if (result->first) {
+            adopt(result->first, cameraId);
+            return;
+        }
+        m_lastOpenError = result->second;
+        emit cameraOpenFailed(cameraId, result->second);
+    });
+    worker->start();
+    return true;
+}
+
+void CxCameraManager::adopt(KSCORE_HANDLE hCam, const QString& cameraId)
+{
     SxOpened opened;
     opened.hCam = hCam;
     opened.id = cameraId;
@@ -61,7 +99,6 @@ KSCORE_HANDLE CxCameraManager::openCamera(const QString& cameraId)
     }
     m_opened.append(opened);
     emit cameraOpened(hCam);
-    return hCam;
 }
 
 bool CxCameraManager::closeCamera(KSCORE_HANDLE hCam)
@@ -126,6 +163,12 @@ bool CxCameraManager::stopAcquisition(KSCORE_HANDLE hCam)
     opened->running = false;
     emit acquisitionFinished(hCam);
     return true;
+}
+
+bool CxCameraManager::isCameraConnected(KSCORE_HANDLE hCam) const
+{
+    std::shared_ptr<IxCamera> camera = find(hCam) ? CxCameraRegistry::camera(hCam) : nullptr;
+    return camera && camera->isConnected();
 }
 
 bool CxCameraManager::isCameraRunning(KSCORE_HANDLE hCam) const

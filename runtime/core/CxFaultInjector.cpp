@@ -211,3 +211,8 @@ QString CxFaultInjector::lastRefusal() const
 {
     return m_camera->lastRefusal();
 }
+
+bool CxFaultInjector::isConnected() const
+{
+    return m_camera->isConnected();
+}

@@ -21,8 +21,15 @@ public:
 
     // Identifiers of the cameras that can be opened.
     QStringList availableCameras() const;
-    // Opens a camera by identifier; null when unknown or already open.
+    // Opens a camera by identifier; null when unknown or already open (lastOpenError() says
+    // why). A real camera takes up to seconds to open.
     KSCORE_HANDLE openCamera(const QString& cameraId);
+    // Opens on a worker thread, so that a window stays responsive; "cameraOpened" or
+    // "cameraOpenFailed" follows on this thread. False when it is open or opening already.
+    bool openCameraInBackground(const QString& cameraId);
+    QString lastOpenError() const { return m_lastOpenError; }
+    // False once the camera stopped answering (a real camera unplugged or switched off).
+    bool isCameraConnected(KSCORE_HANDLE hCam) const;
     bool closeCamera(KSCORE_HANDLE hCam);
     void closeAllCameras();
 
@@ -48,6 +55,7 @@ signals:
     void acquisitionStarted(KSCORE_HANDLE hCam);
     void acquisitionFinished(KSCORE_HANDLE hCam);
     void imageFormatChanged(KSCORE_HANDLE hCam);
+    void cameraOpenFailed(const QString& cameraId, const QString& reason);
 
 private:
     CxCameraManager();
@@ -62,6 +70,11 @@ private:
     };
     const SxOpened* find(KSCORE_HANDLE hCam) const;
     SxOpened* find(KSCORE_HANDLE hCam);
+    bool isOpenOrOpening(const QString& cameraId) const;
+    // Takes a camera the registry opened into the host's list and announces it.
+    void adopt(KSCORE_HANDLE hCam, const QString& cameraId);
 
     QList<SxOpened> m_opened;
+    QStringList m_opening;
+    QString m_lastOpenError;
 };

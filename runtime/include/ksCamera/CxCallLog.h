@@ -57,6 +57,7 @@ public:
     int getImage(unsigned int timeoutMs, KS_IMG* image, bool releasePrevious) override;
     int waitOutCapture(unsigned int timeoutMs) override;
     QString lastRefusal() const override;
+    bool isConnected() const override;
 
 private:
     void record(SxCallLogEntry::ExKind kind, const QString& name, int value, int error);

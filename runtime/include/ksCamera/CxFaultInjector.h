@@ -49,6 +49,7 @@ public:
     int getImage(unsigned int timeoutMs, KS_IMG* image, bool releasePrevious) override;
     int waitOutCapture(unsigned int timeoutMs) override;
     QString lastRefusal() const override;
+    bool isConnected() const override;
 
 private:
     struct Private;

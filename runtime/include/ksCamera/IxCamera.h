@@ -62,6 +62,8 @@ public:
     // Why the camera refused its last request, in words a user can act on; empty when it has
     // nothing to add to the error code.
     virtual QString lastRefusal() const { return QString(); }
+    // False once the camera stopped answering, as a real camera does when unplugged.
+    virtual bool isConnected() const { return true; }
 };
 
 class KSCORE_EXPORT IxCameraBackend
