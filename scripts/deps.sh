@@ -2,7 +2,7 @@
 # Installs the Debian packages the build needs, when any is missing. Sourced by the
 # other scripts; needs root (or sudo) only when something has to be installed.
 ks_packages=(cmake make g++ qt6-base-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools
-             libqcustomplot-dev libgl-dev fonts-dejavu-core "$@")
+             libqcustomplot-dev libgl-dev fonts-dejavu-core libaravis-dev libusb-1.0-0-dev pkg-config "$@")
 ks_missing=()
 for p in "${ks_packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || ks_missing+=("$p")

@@ -6,6 +6,7 @@
 #include "CameraLineData.h"
 #include "CxCameraManager.h"
 #include "CxGvCamera.h"
+#include "NetworkNamespace.h"
 #include "ksAravis/CxAravisBackend.h"
 #include "ksApi.h"
 #include "ksCamera/CxCameraRegistry.h"
@@ -20,7 +21,6 @@
 
 namespace {
 
-const char* const kNamespaceVariable = "KS_TEST_NETNS";
 const char* const kSkipVariable = "KS_TEST_NETNS_UNAVAILABLE";
 
 KSCORE_HANDLE openCamera(const QString& id)
@@ -349,21 +349,10 @@ void TestAravis::theHostMeasuresTheCamerasItIsGiven()
              "the reason follows the camera");
 }
 
-// Runs each case in a network namespace of its own, as a child process of this one.
-int runEachCaseInItsOwnNamespace(int argc, char* argv[])
+// Each case in a network namespace of its own, as a child process of this one.
+int runEachCaseNamespaced(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
-    QProcess probe;
-    probe.start(QStringLiteral("unshare"), {QStringLiteral("-n"), QStringLiteral("true")});
-    const bool allowed = probe.waitForFinished(10000) && probe.exitStatus() == QProcess::NormalExit &&
-                         probe.exitCode() == 0;
-    if (!allowed) {
-        const QString why = QStringLiteral("network namespaces are not allowed here (unshare -n: %1)")
-                                .arg(QString::fromLocal8Bit(probe.readAllStandardError()).trimmed());
-        qputenv(kSkipVariable, why.toLocal8Bit());
-        TestAravis test;
-        return QTest::qExec(&test, argc, argv);
-    }
     int passed = 0;
     int failed = 0;
     const QMetaObject& meta = TestAravis::staticMetaObject;
@@ -374,20 +363,14 @@ int runEachCaseInItsOwnNamespace(int argc, char* argv[])
             name.endsWith(QLatin1String("_data")) || name == QLatin1String("initTestCase") ||
             name == QLatin1String("cleanup"))
             continue;
-        QProcess child;
-        child.setProcessChannelMode(QProcess::ForwardedChannels);
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QString::fromLatin1(kNamespaceVariable), QStringLiteral("1"));
-        child.setProcessEnvironment(environment);
-        child.start(QStringLiteral("unshare"),
-                    {QStringLiteral("-n"), QStringLiteral("sh"), QStringLiteral("-c"),
-                     QStringLiteral("ip link set lo up && ip addr add 127.0.0.2/8 dev lo && exec \"$0\" \"$1\""),
-                     QCoreApplication::applicationFilePath(), name});
-        const bool ok = child.waitForFinished(60000) && child.exitStatus() == QProcess::NormalExit &&
-                        child.exitCode() == 0;
-        if (!ok)
-            child.kill();
-        (ok ? passed : failed) += 1;
+        QString unavailable;
+        const int code = runNamespaced(QCoreApplication::applicationFilePath(), {name}, 60000, &unavailable);
+        if (code < 0) {
+            qputenv(kSkipVariable, unavailable.toLocal8Bit());
+            TestAravis test;
+            return QTest::qExec(&test, argc, argv);
+        }
+        (code == 0 ? passed : failed) += 1;
     }
     printf("%d passed, %d failed\n", passed, failed);
     return failed == 0 ? 0 : 1;
@@ -395,8 +378,8 @@ int runEachCaseInItsOwnNamespace(int argc, char* argv[])
 
 int main(int argc, char* argv[])
 {
-    if (argc == 1 && !qEnvironmentVariableIsSet(kNamespaceVariable))
-        return runEachCaseInItsOwnNamespace(argc, argv);
+    if (argc == 1 && !isNamespaced())
+        return runEachCaseNamespaced(argc, argv);
     QCoreApplication app(argc, argv);
     TestAravis test;
     return QTest::qExec(&test, argc, argv);
