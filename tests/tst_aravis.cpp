@@ -76,6 +76,7 @@ private slots:
     void throughputIsMeasuredThroughTheNetwork();
     void aCameraWithoutThePatternRefusesCleanly();
     void theHostMeasuresTheCamerasItIsGiven();
+    void aVanishedCameraShowsAsDisconnected();
 
 private:
     CxGvCamera m_camera;
@@ -258,7 +259,7 @@ void TestAravis::aStopWakesAWaitingCaptureAndTheCameraStartsAgain()
     for (int run = 0; run < 2; ++run) {
         QVERIFY(ksApi_StartAcquisition(hCam));
         KS_IMG image;
-        grab(hCam, &image, 3000); // the first frame of a slow camera comes at its own time
+        QVERIFY(grab(hCam, &image, 3000)); // the first frame of a slow camera comes at its own time
         int error = KS_OK;
         QElapsedTimer sinceStop;
         std::thread reader([&] { grab(hCam, &image, 5000, &error); });
@@ -347,6 +348,29 @@ void TestAravis::theHostMeasuresTheCamerasItIsGiven()
     QCOMPARE(host.exitCode(), 1);
     QVERIFY2(host.readAll().contains("camera aravis:127.0.0.7 could not be opened: aravis:127.0.0.7:"),
              "the reason follows the camera");
+}
+
+void TestAravis::aVanishedCameraShowsAsDisconnected()
+{
+    QVERIFY(serve(m_camera));
+    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    QVERIFY(hCam && ksApi_StartAcquisition(hCam));
+    KS_IMG image;
+    QVERIFY(grab(hCam, &image));
+    m_camera.stop();
+    // Aravis gives up on the camera after its heartbeats have failed for about 6 s.
+    QTRY_VERIFY_WITH_TIMEOUT(!CxCameraManager::instance()->isCameraConnected(hCam), 20000);
+    int error = KS_OK;
+    QVERIFY(!grab(hCam, &image, 5000, &error));
+    QCOMPARE(error, int(KS_ERR_DEVICE));
+    int value = 0;
+    QElapsedTimer timer;
+    timer.start();
+    // Neither a read nor the stop waits out the control channel's 2.5 s time-out.
+    QVERIFY(!ksApi_GetParamInt(hCam, "width", value));
+    const int stopped = ksApi_StopAcquisition(hCam);
+    QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(stopped, 0);
 }
 
 // Each case in a network namespace of its own, as a child process of this one.

@@ -1,6 +1,7 @@
 #include "CxAravisCamera.h"
 
 #include <QtDebug>
+#include <utility>
 
 namespace {
 
@@ -595,6 +596,7 @@ int CxAravisCamera::stopAcquisition()
     m_pumpThread.join();
     GError* error = nullptr;
     int result = KS_OK;
+    ArvStream* stream = nullptr;
     // A camera that vanished would keep this call waiting for its control channel.
     if (!m_lost) {
         arv_camera_stop_acquisition(m_camera, &error);
@@ -609,7 +611,17 @@ int CxAravisCamera::stopAcquisition()
         m_handedOnOrphaned = true;
         if (ARV_IS_GV_STREAM(m_stream))
             m_missingFrames = arv_stream_get_info_uint64_by_name(m_stream, "n_missing_frames");
-        g_clear_object(&m_stream);
+        stream = std::exchange(m_stream, nullptr);
+    }
+    if (m_lost) {
+        // A GigE Vision stream closes its channel on the camera as it goes, which a vanished
+        // camera never answers: let it wait on a thread of its own.
+        g_thread_unref(g_thread_new("ks-stream-release", [](gpointer doomed) -> gpointer {
+            g_object_unref(doomed);
+            return nullptr;
+        }, stream));
+    } else {
+        g_object_unref(stream);
     }
     return result;
 }
