@@ -31,7 +31,8 @@ struct CxGvCamera::Private
 {
     QTemporaryDir folder;
     ArvGvFakeCamera* server = nullptr;
-    ArvFakeCamera* camera = nullptr;
+    // Handed to the fill through Aravis's own lock, which ThreadSanitizer does not see.
+    std::atomic<ArvFakeCamera*> camera{nullptr};
     double linkRate = 400.0;
     // The fill runs on the fake camera's own thread; only the counts are read elsewhere.
     qint64 epochUs = 0;
@@ -45,17 +46,18 @@ struct CxGvCamera::Private
 void CxGvCamera::Private::fill(ArvBuffer* buffer, void* data, guint32, guint32, ArvPixelFormat format)
 {
     auto* d = static_cast<Private*>(data);
+    ArvFakeCamera* camera = d->camera;
     const qint64 nowUs = g_get_monotonic_time();
     guint32 control = 0;
-    arv_fake_camera_read_register(d->camera, kTimestampControlRegister, &control);
+    arv_fake_camera_read_register(camera, kTimestampControlRegister, &control);
     if (control & 1u) {
         // The reset is seen with the first frame after it, which is where a run starts.
         d->epochUs = nowUs;
         d->linkFree = 0.0;
-        arv_fake_camera_write_register(d->camera, kTimestampControlRegister, 0);
+        arv_fake_camera_write_register(camera, kTimestampControlRegister, 0);
     }
     guint32 pattern = 0;
-    arv_fake_camera_read_register(d->camera, kTestPatternRegister, &pattern);
+    arv_fake_camera_read_register(camera, kTestPatternRegister, &pattern);
     const quint64 bytes = quint64(arv_buffer_get_image_width(buffer)) * quint64(arv_buffer_get_image_height(buffer)) *
                           quint64(ARV_PIXEL_FORMAT_BIT_PER_PIXEL(format)) / 8u;
     auto* out = static_cast<quint8*>(const_cast<void*>(arv_buffer_get_data(buffer, nullptr)));
@@ -97,6 +99,12 @@ bool CxGvCamera::start(const SxGvCameraOptions& options, QString* error)
         return false;
     }
     g_random_set_seed(options.seed);
+    // Set before the fake camera's thread exists, which is the only one that fills.
+    d->linkRate = options.linkRateMBps;
+    d->epochUs = g_get_monotonic_time();
+    d->linkFree = 0.0;
+    d->sent = 0;
+    d->counterFrames = 0;
     const QByteArray address = options.address.toUtf8();
     const QByteArray serial = options.serialNumber.toUtf8();
     d->server = arv_gv_fake_camera_new_full(address.constData(), serial.constData(),
@@ -111,11 +119,6 @@ bool CxGvCamera::start(const SxGvCameraOptions& options, QString* error)
     }
     g_object_set(d->server, "gvsp-lost-ratio", options.loss, nullptr);
     d->camera = arv_gv_fake_camera_get_fake_camera(d->server);
-    d->linkRate = options.linkRateMBps;
-    d->epochUs = g_get_monotonic_time();
-    d->linkFree = 0.0;
-    d->sent = 0;
-    d->counterFrames = 0;
     writeString(d->camera, kVendorOffset, kVendor, 32);
     writeString(d->camera, kModelOffset, options.model.toUtf8().constData(), 32);
     arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_WIDTH, guint32(options.width));

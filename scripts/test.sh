@@ -23,7 +23,7 @@ export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 # A shorter soak here: LeakSanitizer checks what a long run leaves behind.
 (cd build-asan && SOAK_SECONDS=20 QT_QPA_PLATFORM=offscreen ctest --output-on-failure -L soak)
 
-# ThreadSanitizer: the engine and panel tests, which are the ones with threads of ours.
+# ThreadSanitizer: the engine, panel and real-camera tests, which are the ones with threads of ours.
 # On the "minimal" platform no window is ever exposed, so Qt's raster engine does not hand
 # painting jobs to its pool threads (a hand-over inside uninstrumented Qt that would show as
 # races); the engine and panel code run just the same.
@@ -31,7 +31,7 @@ sanitize="-fsanitize=thread -fno-omit-frame-pointer"
 cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS="$sanitize" \
     -DCMAKE_EXE_LINKER_FLAGS="$sanitize" -DCMAKE_SHARED_LINKER_FLAGS="$sanitize" \
     -DCMAKE_MODULE_LINKER_FLAGS="$sanitize"
-threaded="tst_preparation tst_measurement tst_series tst_faults tst_panel"
+threaded="tst_preparation tst_measurement tst_series tst_faults tst_panel tst_aravis"
 cmake --build build-tsan -j"$(nproc)" --target $threaded
 # ignore_noninstrumented_modules: a memcpy that Qt itself calls (the file dialog's
 # directory reader copying strings under Qt's own lock) is not checked; our code still is.

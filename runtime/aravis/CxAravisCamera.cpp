@@ -1,5 +1,7 @@
 #include "CxAravisCamera.h"
 
+#include "ksCamera/CxTsan.h"
+
 #include <QtDebug>
 #include <utility>
 
@@ -116,6 +118,7 @@ CxAravisCamera::CxAravisCamera(ArvCamera* camera, const QString& id) : m_camera(
     arv_camera_set_range_check_policy(camera, ARV_RANGE_CHECK_POLICY_ENABLE);
     arv_camera_set_access_check_policy(camera, ARV_ACCESS_CHECK_POLICY_ENABLE);
     m_gigE = arv_camera_is_gv_device(camera);
+    tsanPublish(this);
     g_signal_connect(m_device, "control-lost", G_CALLBACK(&CxAravisCamera::onControlLost), this);
 
     auto text = [&](const char* (*get)(ArvCamera*, GError**)) {
@@ -160,8 +163,9 @@ CxAravisCamera::~CxAravisCamera()
 void CxAravisCamera::onControlLost(ArvDevice*, gpointer self)
 {
     auto* camera = static_cast<CxAravisCamera*>(self);
-    camera->m_lost = true;
+    tsanReceive(camera);
     QMutexLocker lock(&camera->m_queueMutex);
+    camera->m_lost = true;
     camera->m_queueWake.wakeAll();
 }
 
@@ -656,7 +660,7 @@ void CxAravisCamera::pump()
                 // The safe policy holds on to every frame; Aravis then runs out of buffers and
                 // the camera's own counters tell what was lost.
                 while (int(m_queue.size()) >= m_queueDepth && !m_pumpStop)
-                    m_queueWake.wait(&m_queueMutex, 20);
+                    waitOn(m_queueWake, m_queueMutex, QDeadlineTimer(20));
             }
         }
         if (m_pumpStop) {
@@ -704,7 +708,7 @@ int CxAravisCamera::getImage(unsigned int timeoutMs, KS_IMG* image, bool release
         return KS_ERR_NOT_ACQUIRING;
     QDeadlineTimer deadline(timeoutMs);
     while (m_queue.empty() && m_acquiring && !m_lost) {
-        if (!m_queueWake.wait(&m_queueMutex, deadline))
+        if (!waitOn(m_queueWake, m_queueMutex, deadline))
             return KS_ERR_TIMEOUT;
     }
     if (m_lost)
@@ -747,7 +751,7 @@ int CxAravisCamera::waitOutCapture(unsigned int timeoutMs)
     QMutexLocker lock(&m_queueMutex);
     QDeadlineTimer deadline(timeoutMs);
     while (m_acquiring)
-        if (!m_queueWake.wait(&m_queueMutex, deadline))
+        if (!waitOn(m_queueWake, m_queueMutex, deadline))
             return KS_ERR_TIMEOUT;
     return KS_ERR_ABORTED;
 }

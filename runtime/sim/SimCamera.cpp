@@ -2,6 +2,7 @@
 
 #include "LinkModel.h"
 #include "ParameterModel.h"
+#include "ksCamera/CxTsan.h"
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -12,30 +13,11 @@
 #include <deque>
 #include <random>
 #include <vector>
-#if defined(__SANITIZE_THREAD__)
-#include <sanitizer/tsan_interface.h>
-#endif
 
 namespace {
 
 constexpr double kTicksPerUs = CxLinkModel::kTicksPerUs;
 constexpr int kTimestampResetSource = 19; // "acquisition start" among the reset sources
-
-// QWaitCondition lets go of the mutex and takes it back inside Qt, where ThreadSanitizer
-// does not look: to it the waiting thread would hold the mutex all along, and any other
-// thread taking it meanwhile (a stop, a counter read) would look like a double lock.
-void waitOn(QWaitCondition& condition, QMutex& mutex, QDeadlineTimer deadline)
-{
-#if defined(__SANITIZE_THREAD__)
-    __tsan_mutex_pre_unlock(&mutex, 0);
-    __tsan_mutex_post_unlock(&mutex, 0);
-#endif
-    condition.wait(&mutex, deadline);
-#if defined(__SANITIZE_THREAD__)
-    __tsan_mutex_pre_lock(&mutex, 0);
-    __tsan_mutex_post_lock(&mutex, 0, 0);
-#endif
-}
 
 // A frame on its way to the host: when its first word left the camera (its time stamp)
 // and when its last word arrived.
