@@ -6,5 +6,5 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/deps.sh
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo > /dev/null
-cmake --build build -j"$(nproc)" --target lumorix-sim
+cmake --build build -j"$(nproc)" --target lumorix-sim ks-gv-camera
 exec build/bin/lumorix-sim "$@"
