@@ -124,10 +124,11 @@ int benchmark()
     std::sort(runs.begin(), runs.end(), [](const SxRun& a, const SxRun& b) { return a.ratio < b.ratio; });
     const SxRun& median = runs[1];
     auto count = [](quint64 n) { return static_cast<unsigned long long>(n); };
-    printf("figure gv_frames_ratio %.3f ratio (tool %llu of %llu frames sent, bare Aravis %llu of %llu, 256 x 256 "
+    printf("figure gv_frames_ratio %.3f ratio (tool %llu of %llu frames sent, bare Aravis %llu of %llu, 256 "
+           "x 256 "
            "Mono16 at %g fps, %d ms)\n",
-           median.ratio, count(median.ours), count(median.oursSent), count(median.bare), count(median.bareSent), kFps,
-           kRunMs);
+           median.ratio, count(median.ours), count(median.oursSent), count(median.bare),
+           count(median.bareSent), kFps, kRunMs);
     printf("figure gv_rate_error_pct %.3f %% (measured %.3f MB/s, counter at %g MB/s)\n",
            100.0 * std::abs(median.rate - kLinkRate) / kLinkRate, median.rate, kLinkRate);
     fflush(stdout);

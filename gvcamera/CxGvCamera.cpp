@@ -58,7 +58,8 @@ void CxGvCamera::Private::fill(ArvBuffer* buffer, void* data, guint32, guint32, 
     }
     guint32 pattern = 0;
     arv_fake_camera_read_register(camera, kTestPatternRegister, &pattern);
-    const quint64 bytes = quint64(arv_buffer_get_image_width(buffer)) * quint64(arv_buffer_get_image_height(buffer)) *
+    const quint64 bytes = quint64(arv_buffer_get_image_width(buffer)) *
+                          quint64(arv_buffer_get_image_height(buffer)) *
                           quint64(ARV_PIXEL_FORMAT_BIT_PER_PIXEL(format)) / 8u;
     auto* out = static_cast<quint8*>(const_cast<void*>(arv_buffer_get_data(buffer, nullptr)));
     const double start = std::max(double(nowUs - d->epochUs) * kTicksPerUs, d->linkFree);
@@ -123,7 +124,8 @@ bool CxGvCamera::start(const SxGvCameraOptions& options, QString* error)
     writeString(d->camera, kModelOffset, options.model.toUtf8().constData(), 32);
     arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_WIDTH, guint32(options.width));
     arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_HEIGHT, guint32(options.height));
-    arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_PIXEL_FORMAT, ARV_PIXEL_FORMAT_MONO_16);
+    arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_PIXEL_FORMAT,
+                                   ARV_PIXEL_FORMAT_MONO_16);
     arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_ACQUISITION_FRAME_PERIOD_US,
                                    guint32(1e6 / options.fps + 0.5));
     arv_fake_camera_set_fill_pattern(d->camera, &Private::fill, d.get());

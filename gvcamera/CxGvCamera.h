@@ -15,7 +15,8 @@ struct SxGvCameraOptions
 {
     QString address = QStringLiteral("127.0.0.1");
     QString serialNumber = QStringLiteral("KSGV0001");
-    QString model = QString::fromLatin1(kGvCameraModel); // another name hides the counter pattern from the host
+    QString model =
+        QString::fromLatin1(kGvCameraModel); // another name hides the counter pattern from the host
     int width = 256;
     int height = 256;
     double fps = 200.0;

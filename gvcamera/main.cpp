@@ -7,8 +7,8 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QTimer>
-#include <csignal>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 
 namespace {
@@ -51,15 +51,19 @@ int main(int argc, char* argv[])
     parser.addOptions({
         {QStringLiteral("address"), QStringLiteral("Interface address to serve on (default 127.0.0.1)."),
          QStringLiteral("IP"), QStringLiteral("127.0.0.1")},
-        {QStringLiteral("width"), QStringLiteral("Image width in pixels (default 256)."), QStringLiteral("N")},
-        {QStringLiteral("height"), QStringLiteral("Image height in pixels (default 256)."), QStringLiteral("N")},
+        {QStringLiteral("width"), QStringLiteral("Image width in pixels (default 256)."),
+         QStringLiteral("N")},
+        {QStringLiteral("height"), QStringLiteral("Image height in pixels (default 256)."),
+         QStringLiteral("N")},
         {QStringLiteral("fps"), QStringLiteral("Frames per second (default 200)."), QStringLiteral("RATE")},
         {QStringLiteral("link-rate"), QStringLiteral("Link rate the counter describes, MB/s (default 400)."),
          QStringLiteral("MBPS")},
         {QStringLiteral("loss"), QStringLiteral("Ratio of stream packets dropped on purpose (default 0)."),
          QStringLiteral("RATIO")},
-        {QStringLiteral("seed"), QStringLiteral("Seed of the packet drops (default 42)."), QStringLiteral("N")},
-        {QStringLiteral("serial"), QStringLiteral("Serial number (default KSGV0001)."), QStringLiteral("TEXT")},
+        {QStringLiteral("seed"), QStringLiteral("Seed of the packet drops (default 42)."),
+         QStringLiteral("N")},
+        {QStringLiteral("serial"), QStringLiteral("Serial number (default KSGV0001)."),
+         QStringLiteral("TEXT")},
     });
     parser.process(app);
     if (!parser.positionalArguments().isEmpty()) {
@@ -95,9 +99,10 @@ int main(int argc, char* argv[])
         fprintf(stderr, "ks-gv-camera: %s\n", qPrintable(error));
         return 1;
     }
-    printf("ks-gv-camera: %s %s on %s: %d x %d Mono16 at %g fps, link %g MB/s, packet loss %g; Ctrl+C stops\n",
-           kGvCameraModel, qPrintable(options.serialNumber), qPrintable(options.address), options.width,
-           options.height, options.fps, options.linkRateMBps, options.loss);
+    printf(
+        "ks-gv-camera: %s %s on %s: %d x %d Mono16 at %g fps, link %g MB/s, packet loss %g; Ctrl+C stops\n",
+        kGvCameraModel, qPrintable(options.serialNumber), qPrintable(options.address), options.width,
+        options.height, options.fps, options.linkRateMBps, options.loss);
     fflush(stdout);
 
     std::signal(SIGINT, onSignal);
@@ -111,6 +116,7 @@ int main(int argc, char* argv[])
     app.exec();
     camera.stop();
     printf("ks-gv-camera: %llu frames sent, %llu with the link-time counter\n",
-           static_cast<unsigned long long>(camera.framesSent()), static_cast<unsigned long long>(camera.counterFrames()));
+           static_cast<unsigned long long>(camera.framesSent()),
+           static_cast<unsigned long long>(camera.counterFrames()));
     return 0;
 }

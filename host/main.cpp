@@ -48,11 +48,10 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Runs the Lumorix host's plug-ins against simulated cameras and real GenICam cameras. Without a "
-        "display (or with "
-        "--headless) it opens every simulated camera (or those --camera names), presses \"Start All\" in the Data Throughput Graph "
-        "panel, measures, presses \"Stop All\" and writes panel.png, one CSV report per camera "
-        "and summary.json into the output folder."));
+        "Runs the Lumorix host's plug-ins against simulated cameras and real GenICam cameras. Without "
+        "a display (or with --headless) it opens every simulated camera (or those --camera names), "
+        "presses \"Start All\" in the Data Throughput Graph panel, measures, presses \"Stop All\" and "
+        "writes panel.png, one CSV report per camera and summary.json into the output folder."));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Shows this help."));
     const QCommandLineOption cameras(
@@ -126,7 +125,8 @@ void filterMessages(QtMsgType type, const QMessageLogContext& context, const QSt
         return;
     // Why a real camera refused something is worth the window's status bar too.
     if (type == QtWarningMsg && message.startsWith(QLatin1String("aravis:")) && g_window)
-        QMetaObject::invokeMethod(g_window, "showRuntimeMessage", Qt::QueuedConnection, Q_ARG(QString, message));
+        QMetaObject::invokeMethod(g_window, "showRuntimeMessage", Qt::QueuedConnection,
+                                  Q_ARG(QString, message));
     g_defaultHandler(type, context, message);
 }
 
@@ -227,8 +227,8 @@ int main(int argc, char* argv[])
                 qPrintable(QDir(options.outDir).absolutePath()));
         fflush(stdout);
         run = std::make_unique<CxScriptedRun>(
-            window,
-            CxScriptedRun::SxOptions{options.outDir, options.duration, options.acquisition, options.cameraIds});
+            window, CxScriptedRun::SxOptions{options.outDir, options.duration, options.acquisition,
+                                             options.cameraIds});
         QObject::connect(run.get(), &CxScriptedRun::finished, &app, [&exitCode](int code) {
             exitCode = code;
             QCoreApplication::quit();
@@ -237,7 +237,8 @@ int main(int argc, char* argv[])
         app.exec();
     } else {
         CxCameraManager* manager = CxCameraManager::instance();
-        for (const QString& id : options.cameraIds.isEmpty() ? manager->availableCameras() : options.cameraIds)
+        for (const QString& id :
+             options.cameraIds.isEmpty() ? manager->availableCameras() : options.cameraIds)
             manager->openCameraInBackground(id);
         window->discoverCameras();
         exitCode = app.exec();

@@ -83,7 +83,8 @@ inline QMap<QString, int> parameterSnapshot(KSCORE_HANDLE hCam)
         for (const auto& [selector, value] : selectors)
             camera->setParam(selector, value, IxCamera::ExCaller::Host);
         int value = 0;
-        values.insert(key, camera->getParam(valueName, value, IxCamera::ExCaller::Host) == KS_OK ? value : INT_MIN);
+        values.insert(key, camera->getParam(valueName, value, IxCamera::ExCaller::Host) == KS_OK ? value
+                                                                                                 : INT_MIN);
         for (const auto& [selector, value] : selectors)
             camera->setParam(selector, values.value(selector), IxCamera::ExCaller::Host);
     };

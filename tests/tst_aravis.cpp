@@ -7,8 +7,8 @@
 #include "CxCameraManager.h"
 #include "CxGvCamera.h"
 #include "NetworkNamespace.h"
-#include "ksAravis/CxAravisBackend.h"
 #include "ksApi.h"
+#include "ksAravis/CxAravisBackend.h"
 #include "ksCamera/CxCameraRegistry.h"
 
 #include <QElapsedTimer>
@@ -31,7 +31,8 @@ KSCORE_HANDLE openCamera(const QString& id)
 int counter(KSCORE_HANDLE hCam, int selector)
 {
     int value = -1;
-    return ksApi_SetParamInt(hCam, "counter_selector", selector) && ksApi_GetParamInt(hCam, "counter_value", value)
+    return ksApi_SetParamInt(hCam, "counter_selector", selector) &&
+                   ksApi_GetParamInt(hCam, "counter_value", value)
                ? value
                : -1;
 }
@@ -82,6 +83,8 @@ private:
     CxGvCamera m_camera;
     CxGvCamera m_second;
     bool serve(CxGvCamera& camera, SxGvCameraOptions options = SxGvCameraOptions());
+    // Serves the first camera on 127.0.0.1 and opens it by address; null when either fails.
+    KSCORE_HANDLE serveAndOpen(const SxGvCameraOptions& options = SxGvCameraOptions());
 };
 
 void TestAravis::initTestCase()
@@ -107,6 +110,11 @@ bool TestAravis::serve(CxGvCamera& camera, SxGvCameraOptions options)
     return ok;
 }
 
+KSCORE_HANDLE TestAravis::serveAndOpen(const SxGvCameraOptions& options)
+{
+    return serve(m_camera, options) ? openCamera(QStringLiteral("aravis:127.0.0.1")) : nullptr;
+}
+
 void TestAravis::discoversAndOpensTwoCameras()
 {
     SxGvCameraOptions second;
@@ -117,7 +125,8 @@ void TestAravis::discoversAndOpensTwoCameras()
     CxCameraRegistry::discover();
     QStringList ids;
     for (const SxCameraDescription& camera : CxCameraRegistry::cameras())
-        if (camera.id.startsWith(QLatin1String("aravis:")) && camera.modelName == QLatin1String(kGvCameraModel))
+        if (camera.id.startsWith(QLatin1String("aravis:")) &&
+            camera.modelName == QLatin1String(kGvCameraModel))
             ids.append(camera.id + QLatin1Char(' ') + camera.link);
     ids.sort();
     QCOMPARE(ids, QStringList({"aravis:Quorvane-KS-GV-Camera-KSGV0001 GigE Vision, 127.0.0.1",
@@ -138,29 +147,47 @@ void TestAravis::parametersMapToFeatures_data()
     // Steps: NAME=VALUE writes, NAME?VALUE reads; a trailing "!" and an error code mean the call
     // fails with that error.
     QTest::addColumn<QStringList>("steps");
-    QTest::newRow("size within range and increment") << QStringList{
-        "width=128", "width?128", "width=100000!3", "width:settable=100000!3", "width:settable=130!3",
-        "width:settable=132", "width?128", "height=64", "height?64"};
-    QTest::newRow("bit depth and packing to the pixel format") << QStringList{
-        "output_bit_depth?16", "output_bit_depth=12", "output_bit_packing=1", "output_bit_packing?1",
-        "output_bit_depth?12", "output_bit_packing=0", "output_bit_depth=16", "output_bit_packing?0",
-        "output_bit_depth=10!3"};
-    QTest::newRow("counter pattern and its format") << QStringList{
-        "imgdataformat?0", "imgdataformat:settable=7", "imgdataformat=7", "output_bit_depth?16",
-        "test_pattern_generator_selector=1", "test_pattern=11", "test_pattern?11", "test_pattern=0",
-        "imgdataformat=0", "imgdataformat=5!3"};
-    QTest::newRow("read-only, unmapped and unsupported") << QStringList{
-        "device_unit_selector=8", "device_unit_register_selector=4096", "device_unit_register_value?26",
-        "device_unit_register_value=1!4", "LUTEnable?0!2", "column_fpn_correction=0!2",
-        "no_such_parameter=1!2", "counter_selector:settable=2", "counter_selector:settable=3!3",
-        "buffer_policy=2!3", "buffer_policy=0", "buffer_policy?0"};
+    QTest::newRow("size within range and increment") << QStringList{"width=128",
+                                                                    "width?128",
+                                                                    "width=100000!3",
+                                                                    "width:settable=100000!3",
+                                                                    "width:settable=130!3",
+                                                                    "width:settable=132",
+                                                                    "width?128",
+                                                                    "height=64",
+                                                                    "height?64"};
+    QTest::newRow("bit depth and packing to the pixel format")
+        << QStringList{"output_bit_depth?16",  "output_bit_depth=12",  "output_bit_packing=1",
+                       "output_bit_packing?1", "output_bit_depth?12",  "output_bit_packing=0",
+                       "output_bit_depth=16",  "output_bit_packing?0", "output_bit_depth=10!3"};
+    QTest::newRow("counter pattern and its format") << QStringList{"imgdataformat?0",
+                                                                   "imgdataformat:settable=7",
+                                                                   "imgdataformat=7",
+                                                                   "output_bit_depth?16",
+                                                                   "test_pattern_generator_selector=1",
+                                                                   "test_pattern=11",
+                                                                   "test_pattern?11",
+                                                                   "test_pattern=0",
+                                                                   "imgdataformat=0",
+                                                                   "imgdataformat=5!3"};
+    QTest::newRow("read-only, unmapped and unsupported") << QStringList{"device_unit_selector=8",
+                                                                        "device_unit_register_selector=4096",
+                                                                        "device_unit_register_value?26",
+                                                                        "device_unit_register_value=1!4",
+                                                                        "LUTEnable?0!2",
+                                                                        "column_fpn_correction=0!2",
+                                                                        "no_such_parameter=1!2",
+                                                                        "counter_selector:settable=2",
+                                                                        "counter_selector:settable=3!3",
+                                                                        "buffer_policy=2!3",
+                                                                        "buffer_policy=0",
+                                                                        "buffer_policy?0"};
 }
 
 void TestAravis::parametersMapToFeatures()
 {
     QFETCH(QStringList, steps);
-    QVERIFY(serve(m_camera));
-    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    KSCORE_HANDLE hCam = serveAndOpen();
     QVERIFY(hCam);
     for (const QString& step : std::as_const(steps)) {
         const bool read = step.contains('?');
@@ -175,14 +202,14 @@ void TestAravis::parametersMapToFeatures()
         QVERIFY2(ok == (expectedError == KS_OK) && error == expectedError,
                  qPrintable(QStringLiteral("%1: error %2").arg(step).arg(error)));
         if (read && ok)
-            QVERIFY2(value == valueAndError[0].toInt(), qPrintable(QStringLiteral("%1: read %2").arg(step).arg(value)));
+            QVERIFY2(value == valueAndError[0].toInt(),
+                     qPrintable(QStringLiteral("%1: read %2").arg(step).arg(value)));
     }
 }
 
 void TestAravis::framesCountAcrossTheIdWrap()
 {
-    QVERIFY(serve(m_camera));
-    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    KSCORE_HANDLE hCam = serveAndOpen();
     QVERIFY(hCam && ksApi_StartAcquisition(hCam));
     KS_IMG image;
     quint32 previous = 0;
@@ -205,8 +232,7 @@ void TestAravis::lostPacketsAreTransportSkips()
 {
     SxGvCameraOptions options;
     options.loss = 0.01;
-    QVERIFY(serve(m_camera, options));
-    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    KSCORE_HANDLE hCam = serveAndOpen(options);
     QVERIFY(hCam && ksApi_StartAcquisition(hCam));
     KS_IMG image;
     int complete = 0;
@@ -230,8 +256,7 @@ void TestAravis::lostPacketsAreTransportSkips()
 
 void TestAravis::aSlowReaderSkipsUnderTheUnsafePolicy()
 {
-    QVERIFY(serve(m_camera));
-    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    KSCORE_HANDLE hCam = serveAndOpen();
     QVERIFY(hCam && ksApi_SetParamInt(hCam, "buffer_policy", 0) && ksApi_StartAcquisition(hCam));
     KS_IMG image;
     quint32 previous = 0;
@@ -243,18 +268,21 @@ void TestAravis::aSlowReaderSkipsUnderTheUnsafePolicy()
         QThread::msleep(30); // six frame periods at 200 fps
     }
     QVERIFY(gap);
-    const int apiSkipped = counter(hCam, KS_CNT_API_SKIP);
-    QVERIFY2(apiSkipped >= 40, qPrintable(QString::number(apiSkipped)));
-    QCOMPARE(counter(hCam, KS_CNT_TRANSPORT_SKIP), 0);
     QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+    // Every complete frame was handed on, skipped, or still waited in the queue of 4 (one
+    // more may have been on its way into it) when the run stopped.
+    const int apiSkipped = counter(hCam, KS_CNT_API_SKIP);
+    const int waiting = counter(hCam, KS_CNT_TRANSFERRED) - apiSkipped - 20;
+    QVERIFY2(apiSkipped > 0 && waiting >= 0 && waiting <= 5,
+             qPrintable(QStringLiteral("%1 skipped, %2 left").arg(apiSkipped).arg(waiting)));
+    QCOMPARE(counter(hCam, KS_CNT_TRANSPORT_SKIP), 0);
 }
 
 void TestAravis::aStopWakesAWaitingCaptureAndTheCameraStartsAgain()
 {
     SxGvCameraOptions options;
     options.fps = 0.5;
-    QVERIFY(serve(m_camera, options));
-    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    KSCORE_HANDLE hCam = serveAndOpen(options);
     QVERIFY(hCam);
     for (int run = 0; run < 2; ++run) {
         QVERIFY(ksApi_StartAcquisition(hCam));
@@ -274,8 +302,7 @@ void TestAravis::aStopWakesAWaitingCaptureAndTheCameraStartsAgain()
 
 void TestAravis::throughputIsMeasuredThroughTheNetwork()
 {
-    QVERIFY(serve(m_camera));
-    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    KSCORE_HANDLE hCam = serveAndOpen();
     QVERIFY(hCam);
     const QMap<QString, int> before = snapshot(hCam);
     CxCameraLineData line;
@@ -303,8 +330,7 @@ void TestAravis::aCameraWithoutThePatternRefusesCleanly()
 {
     SxGvCameraOptions options;
     options.model = QStringLiteral("KS-GV-Plain");
-    QVERIFY(serve(m_camera, options));
-    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    KSCORE_HANDLE hCam = serveAndOpen(options);
     QVERIFY(hCam);
     const QMap<QString, int> before = snapshot(hCam);
     CxCameraLineData line;
@@ -313,7 +339,8 @@ void TestAravis::aCameraWithoutThePatternRefusesCleanly()
     QVERIFY(!line.startMeasurement(4096, 1000000));
     QCOMPARE(snapshot(hCam), before);
     QCOMPARE(CxCameraRegistry::camera(hCam)->lastRefusal(),
-             QStringLiteral("This camera cannot send the link-time counter pattern; use Standard Sensor Acquisition"));
+             QStringLiteral(
+                 "This camera cannot send the link-time counter pattern; use Standard Sensor Acquisition"));
     // The standard acquisition needs no pattern.
     line.measureMode = MeasureModeStandardAcquisition;
     QVERIFY(line.AllocateBuffers(1));
@@ -330,9 +357,9 @@ void TestAravis::theHostMeasuresTheCamerasItIsGiven()
     QTemporaryDir out;
     QProcess host;
     host.setProcessChannelMode(QProcess::MergedChannels);
-    host.start(QStringLiteral(HOST_PATH), {QStringLiteral("--headless"), QStringLiteral("--camera"),
-                                           QStringLiteral("aravis:127.0.0.1"), QStringLiteral("--duration"),
-                                           QStringLiteral("2"), QStringLiteral("--out"), out.path()});
+    host.start(QStringLiteral(HOST_PATH),
+               {QStringLiteral("--headless"), QStringLiteral("--camera"), QStringLiteral("aravis:127.0.0.1"),
+                QStringLiteral("--duration"), QStringLiteral("2"), QStringLiteral("--out"), out.path()});
     QVERIFY(host.waitForFinished(60000));
     const QString output = QString::fromLocal8Bit(host.readAll());
     QVERIFY2(host.exitCode() == 0, qPrintable(output));
@@ -342,8 +369,9 @@ void TestAravis::theHostMeasuresTheCamerasItIsGiven()
     QCOMPARE(cameras.size(), 1);
     QVERIFY2(qAbs(cameras[0].toObject().value("linkAverage").toDouble() - 400.0) < 2.0, qPrintable(output));
     // A camera that is not there ends the run with the reason.
-    host.start(QStringLiteral(HOST_PATH), {QStringLiteral("--headless"), QStringLiteral("--camera"),
-                                           QStringLiteral("aravis:127.0.0.7"), QStringLiteral("--out"), out.path()});
+    host.start(QStringLiteral(HOST_PATH),
+               {QStringLiteral("--headless"), QStringLiteral("--camera"), QStringLiteral("aravis:127.0.0.7"),
+                QStringLiteral("--out"), out.path()});
     QVERIFY(host.waitForFinished(60000));
     QCOMPARE(host.exitCode(), 1);
     QVERIFY2(host.readAll().contains("camera aravis:127.0.0.7 could not be opened: aravis:127.0.0.7:"),
@@ -352,8 +380,7 @@ void TestAravis::theHostMeasuresTheCamerasItIsGiven()
 
 void TestAravis::aVanishedCameraShowsAsDisconnected()
 {
-    QVERIFY(serve(m_camera));
-    KSCORE_HANDLE hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    KSCORE_HANDLE hCam = serveAndOpen();
     QVERIFY(hCam && ksApi_StartAcquisition(hCam));
     KS_IMG image;
     QVERIFY(grab(hCam, &image));

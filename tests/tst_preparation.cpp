@@ -251,10 +251,11 @@ void TestPreparation::transportSpeed()
     for (const QString& fault : std::as_const(faults)) {
         const QStringList words = fault.split(' ');
         if (words[0] == QLatin1String("get"))
-            simtest::faults(hCam)->refuseParam(words[1], ExParamOp::Get, words.value(2, QStringLiteral("-1")).toInt());
+            simtest::faults(hCam)->refuseParam(words[1], ExParamOp::Get,
+                                               words.value(2, QStringLiteral("-1")).toInt());
         else
             simtest::faults(hCam)->refuseParamValue(words[1], words[2].toInt(),
-                                                 words.value(3, QStringLiteral("-1")).toInt());
+                                                    words.value(3, QStringLiteral("-1")).toInt());
     }
     CxCriticalLog log;
     logOf(hCam)->clearCallLog();

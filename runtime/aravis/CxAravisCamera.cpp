@@ -17,12 +17,22 @@ const char* const kNoPattern = "This camera cannot send the link-time counter pa
                                "Acquisition";
 
 // The plug-in's names this backend answers to.
-const QStringList kMappedNames = {
-    "imgdataformat",       "buffer_policy",         "width",           "height",
-    "output_bit_depth",    "output_bit_packing",    "LUTEnable",       "test_pattern_generator_selector",
-    "test_pattern",        "ts_rst_mode",           "ts_rst_source",   "counter_selector",
-    "counter_value",       "device_unit_selector",  "device_unit_register_selector",
-    "device_unit_register_value"};
+const QStringList kMappedNames = {"imgdataformat",
+                                  "buffer_policy",
+                                  "width",
+                                  "height",
+                                  "output_bit_depth",
+                                  "output_bit_packing",
+                                  "LUTEnable",
+                                  "test_pattern_generator_selector",
+                                  "test_pattern",
+                                  "ts_rst_mode",
+                                  "ts_rst_source",
+                                  "counter_selector",
+                                  "counter_value",
+                                  "device_unit_selector",
+                                  "device_unit_register_selector",
+                                  "device_unit_register_value"};
 
 struct SxPixelFormat
 {
@@ -30,7 +40,8 @@ struct SxPixelFormat
     int depth;
     int packing;
 };
-const SxPixelFormat kPixelFormats[] = {{"Mono8", 8, 0}, {"Mono12", 12, 0}, {"Mono12p", 12, 1}, {"Mono16", 16, 0}};
+const SxPixelFormat kPixelFormats[] = {
+    {"Mono8", 8, 0}, {"Mono12", 12, 0}, {"Mono12p", 12, 1}, {"Mono16", 16, 0}};
 
 const SxPixelFormat* pixelFormat(const QString& name)
 {
@@ -135,14 +146,16 @@ CxAravisCamera::CxAravisCamera(ArvCamera* camera, const QString& id) : m_camera(
     m_description.link = QStringLiteral("USB3 Vision");
     if (m_gigE) {
         GSocketAddress* socket = arv_gv_device_get_device_address(ARV_GV_DEVICE(m_device));
-        GInetAddress* address =
-            G_IS_INET_SOCKET_ADDRESS(socket) ? g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(socket)) : nullptr;
+        GInetAddress* address = G_IS_INET_SOCKET_ADDRESS(socket)
+                                    ? g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(socket))
+                                    : nullptr;
         gchar* text = address ? g_inet_address_to_string(address) : nullptr;
         m_description.link = QStringLiteral("GigE Vision, %1").arg(QString::fromUtf8(text ? text : "?"));
         g_free(text);
     }
     for (const SxCounterPatternProfile& profile : CxAravisBackend::counterPatternProfiles())
-        if ((profile.vendor.isEmpty() || profile.vendor == vendor) && profile.model == m_description.modelName)
+        if ((profile.vendor.isEmpty() || profile.vendor == vendor) &&
+            profile.model == m_description.modelName)
             m_profile = profile;
     for (const char* command : {"TimestampReset", "GevTimestampControlReset"}) {
         if (!m_timestampReset && hasFeature(command)) {
@@ -268,8 +281,9 @@ int CxAravisCamera::readParam(const QString& name, int& value)
         const SxPixelFormat* format = pixelFormat(enumerationValue("PixelFormat"));
         if (!format)
             return KS_ERR_OUT_OF_RANGE; // not a monochrome format the mapping knows
-        value = name == QLatin1String("output_bit_depth") ? format->depth
-                                                           : (format->depth == 12 ? format->packing : m_packing);
+        value = name == QLatin1String("output_bit_depth")
+                    ? format->depth
+                    : (format->depth == 12 ? format->packing : m_packing);
         return KS_OK;
     }
     if (name == QLatin1String("LUTEnable")) {
@@ -281,7 +295,7 @@ int CxAravisCamera::readParam(const QString& name, int& value)
     }
     if (name == QLatin1String("counter_value"))
         return m_counterSelector >= 0 && m_counterSelector <= 2 ? (value = counter(m_counterSelector), KS_OK)
-                                                                 : int(KS_ERR_OUT_OF_RANGE);
+                                                                : int(KS_ERR_OUT_OF_RANGE);
     if (name == QLatin1String("device_unit_register_value"))
         return deviceRegister(value);
     const std::pair<const char*, int*> kept[] = {{"imgdataformat", &m_imageFormat},
@@ -339,7 +353,8 @@ int CxAravisCamera::writeInteger(const char* feature, qint64 value, bool dryRun)
         const qint64 increment = error ? 1 : arv_gc_integer_get_inc(integer, &error);
         if (error)
             return consume(error);
-        const bool fits = value >= minimum && value <= maximum && (increment <= 1 || (value - minimum) % increment == 0);
+        const bool fits =
+            value >= minimum && value <= maximum && (increment <= 1 || (value - minimum) % increment == 0);
         return fits ? KS_OK : KS_ERR_OUT_OF_RANGE;
     }
     GError* error = nullptr;
@@ -356,7 +371,8 @@ int CxAravisCamera::writeEnumeration(const char* feature, const QString& entry, 
         return m_acquiring ? KS_ERR_LOCKED_WHILE_ACQUIRING : KS_ERR_READ_ONLY;
     GError* error = nullptr;
     const QByteArray name = entry.toUtf8();
-    const bool available = arv_device_is_enumeration_entry_available(m_device, feature, name.constData(), &error);
+    const bool available =
+        arv_device_is_enumeration_entry_available(m_device, feature, name.constData(), &error);
     if (error)
         return consume(error);
     if (!available)
@@ -375,6 +391,19 @@ int CxAravisCamera::writePixelFormat(int depth, int packing, bool dryRun)
     return KS_ERR_OUT_OF_RANGE;
 }
 
+// The counter pattern's entry of an enumeration feature, remembering the entry it replaces;
+// switched off, the feature goes back to that entry.
+int CxAravisCamera::switchEntry(const char* feature, bool on, const QString& onEntry, QString* replaced,
+                                bool dryRun)
+{
+    const QString current = enumerationValue(feature);
+    const QString entry = on ? onEntry : *replaced;
+    const int error = entry.isEmpty() ? int(KS_OK) : writeEnumeration(feature, entry, dryRun);
+    if (error == KS_OK && !dryRun && on)
+        *replaced = current;
+    return error;
+}
+
 int CxAravisCamera::writeParam(const QString& name, int value, bool dryRun)
 {
     const bool locked = m_acquiring;
@@ -387,7 +416,8 @@ int CxAravisCamera::writeParam(const QString& name, int value, bool dryRun)
         const SxPixelFormat* current = pixelFormat(enumerationValue("PixelFormat"));
         const bool isDepth = name == QLatin1String("output_bit_depth");
         const int depth = isDepth ? value : (current ? current->depth : 0);
-        const int packing = isDepth ? (current && current->depth == 12 ? current->packing : m_packing) : value;
+        const int packing =
+            isDepth ? (current && current->depth == 12 ? current->packing : m_packing) : value;
         if (!isDepth && (value < 0 || value > 1))
             return KS_ERR_OUT_OF_RANGE;
         // Packing means something only to 12-bit formats; for the others it waits until the
@@ -429,37 +459,30 @@ int CxAravisCamera::writeParam(const QString& name, int value, bool dryRun)
         if (locked)
             return KS_ERR_LOCKED_WHILE_ACQUIRING;
         if (value == kFormatTransportData && !m_profile)
-            return dryRun ? int(KS_ERR_OUT_OF_RANGE) : refuse(KS_ERR_OUT_OF_RANGE, QString::fromLatin1(kNoPattern));
+            return dryRun ? int(KS_ERR_OUT_OF_RANGE)
+                          : refuse(KS_ERR_OUT_OF_RANGE, QString::fromLatin1(kNoPattern));
         if (value == m_imageFormat)
             return KS_OK;
-        const QString format = value == kFormatTransportData ? m_profile->pixelFormat : m_formatBefore;
-        const QString before = enumerationValue("PixelFormat");
-        const int error = format.isEmpty() ? KS_OK : writeEnumeration("PixelFormat", format, dryRun);
-        if (error == KS_OK && !dryRun) {
-            if (value == kFormatTransportData)
-                m_formatBefore = before;
+        const int error = switchEntry("PixelFormat", value == kFormatTransportData, m_profile->pixelFormat,
+                                      &m_formatBefore, dryRun);
+        if (error == KS_OK && !dryRun)
             m_imageFormat = value;
-        }
         return error;
     }
     if (name == QLatin1String("test_pattern")) {
         if (value != 0 && value != kCounterPattern)
             return KS_ERR_OUT_OF_RANGE;
         if (value == kCounterPattern && !m_profile)
-            return dryRun ? int(KS_ERR_OUT_OF_RANGE) : refuse(KS_ERR_OUT_OF_RANGE, QString::fromLatin1(kNoPattern));
+            return dryRun ? int(KS_ERR_OUT_OF_RANGE)
+                          : refuse(KS_ERR_OUT_OF_RANGE, QString::fromLatin1(kNoPattern));
         if (value == m_testPattern)
             return KS_OK;
         if (!hasFeature("TestPattern"))
             return KS_ERR_UNKNOWN_PARAMETER;
-        const QString before = enumerationValue("TestPattern");
-        const QString entry = value == kCounterPattern ? m_profile->testPattern
-                                                       : (m_patternBefore.isEmpty() ? QStringLiteral("Off") : m_patternBefore);
-        const int error = writeEnumeration("TestPattern", entry, dryRun);
-        if (error == KS_OK && !dryRun) {
-            if (value == kCounterPattern)
-                m_patternBefore = before;
+        const int error = switchEntry("TestPattern", value == kCounterPattern, m_profile->testPattern,
+                                      &m_patternBefore, dryRun);
+        if (error == KS_OK && !dryRun)
             m_testPattern = value;
-        }
         return error;
     }
     if (name == QLatin1String("test_pattern_generator_selector")) {
@@ -470,15 +493,10 @@ int CxAravisCamera::writeParam(const QString& name, int value, bool dryRun)
                 m_patternSelector = value;
             return KS_OK;
         }
-        const QByteArray feature = m_profile->selectorFeature.toLatin1();
-        const QString before = enumerationValue(feature.constData());
-        const int error =
-            writeEnumeration(feature.constData(), value == 1 ? m_profile->selectorEntry : m_selectorBefore, dryRun);
-        if (error == KS_OK && !dryRun) {
-            if (value == 1)
-                m_selectorBefore = before;
+        const int error = switchEntry(m_profile->selectorFeature.toLatin1().constData(), value == 1,
+                                      m_profile->selectorEntry, &m_selectorBefore, dryRun);
+        if (error == KS_OK && !dryRun)
             m_patternSelector = value;
-        }
         return error;
     }
     if (name == QLatin1String("counter_selector")) {
@@ -620,10 +638,13 @@ int CxAravisCamera::stopAcquisition()
     if (m_lost) {
         // A GigE Vision stream closes its channel on the camera as it goes, which a vanished
         // camera never answers: let it wait on a thread of its own.
-        g_thread_unref(g_thread_new("ks-stream-release", [](gpointer doomed) -> gpointer {
-            g_object_unref(doomed);
-            return nullptr;
-        }, stream));
+        g_thread_unref(g_thread_new(
+            "ks-stream-release",
+            [](gpointer doomed) -> gpointer {
+                g_object_unref(doomed);
+                return nullptr;
+            },
+            stream));
     } else {
         g_object_unref(stream);
     }

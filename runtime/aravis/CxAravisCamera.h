@@ -51,6 +51,7 @@ private:
     bool hasFeature(const char* feature) const;
     QString enumerationValue(const char* feature);
     int writePixelFormat(int depth, int packing, bool dryRun);
+    int switchEntry(const char* feature, bool on, const QString& onEntry, QString* replaced, bool dryRun);
     int refuse(int error, const QString& why);
     int deviceRegister(int& value);
 
@@ -95,7 +96,7 @@ private:
     std::atomic<bool> m_pumpStop{false};
     QMutex m_queueMutex;
     QWaitCondition m_queueWake;
-    std::deque<ArvBuffer*> m_queue;   // complete frames not yet handed on
+    std::deque<ArvBuffer*> m_queue;    // complete frames not yet handed on
     std::deque<ArvBuffer*> m_handedOn; // handed to the reader, oldest first
     bool m_handedOnOrphaned = false;   // their stream is gone: free them instead of pushing back
     int m_queueDepth = 4;

@@ -22,7 +22,7 @@ QString SxCallLogEntry::toString() const
 }
 
 CxCallLog::CxCallLog(std::shared_ptr<IxCamera> camera, bool enabled)
-    : m_camera(std::move(camera)), m_enabled(enabled)
+    : CxCameraDecorator(std::move(camera)), m_enabled(enabled)
 {
 }
 
@@ -70,11 +70,6 @@ void CxCallLog::clearCallLog()
     m_oldest = 0;
 }
 
-SxCameraDescription CxCallLog::description() const
-{
-    return m_camera->description();
-}
-
 int CxCallLog::getParam(const QString& name, int& value, ExCaller caller)
 {
     const int error = m_camera->getParam(name, value, caller);
@@ -93,16 +88,6 @@ int CxCallLog::setParam(const QString& name, int value, ExCaller caller)
     return error;
 }
 
-QStringList CxCallLog::parameterNames() const
-{
-    return m_camera->parameterNames();
-}
-
-QList<CxCameraParam::SxEnumItem> CxCallLog::enumItems(const QString& name) const
-{
-    return m_camera->enumItems(name);
-}
-
 int CxCallLog::startAcquisition()
 {
     const int error = m_camera->startAcquisition();
@@ -117,30 +102,10 @@ int CxCallLog::stopAcquisition()
     return error;
 }
 
-bool CxCallLog::isAcquiring() const
-{
-    return m_camera->isAcquiring();
-}
-
 int CxCallLog::getImage(unsigned int timeoutMs, KS_IMG* image, bool releasePrevious)
 {
     const int error = m_camera->getImage(timeoutMs, image, releasePrevious);
     record(SxCallLogEntry::GetImage, QString(), error == KS_OK && image->data ? int(image->frameNumber) : 0,
            error);
     return error;
-}
-
-int CxCallLog::waitOutCapture(unsigned int timeoutMs)
-{
-    return m_camera->waitOutCapture(timeoutMs);
-}
-
-QString CxCallLog::lastRefusal() const
-{
-    return m_camera->lastRefusal();
-}
-
-bool CxCallLog::isConnected() const
-{
-    return m_camera->isConnected();
 }

@@ -70,9 +70,8 @@ bool CxCameraManager::openCameraInBackground(const QString& cameraId)
         return false;
     m_opening.append(cameraId);
     auto result = std::make_shared<std::pair<KSCORE_HANDLE, QString>>(nullptr, QString());
-    QThread* worker = QThread::create([cameraId, result]() {
-        result->first = CxCameraRegistry::open(cameraId, &result->second);
-    });
+    QThread* worker = QThread::create(
+        [cameraId, result]() { result->first = CxCameraRegistry::open(cameraId, &result->second); });
     connect(worker, &QThread::finished, this, [this, worker, cameraId, result]() {
         worker->deleteLater();
         m_opening.removeAll(cameraId);
@@ -180,7 +179,8 @@ bool CxCameraManager::isCameraRunning(KSCORE_HANDLE hCam) const
 bool CxCameraManager::setImageFormat(KSCORE_HANDLE hCam, int format)
 {
     std::shared_ptr<IxCamera> camera = find(hCam) ? CxCameraRegistry::camera(hCam) : nullptr;
-    if (!camera || camera->setParam(QStringLiteral("imgdataformat"), format, IxCamera::ExCaller::Host) != KS_OK)
+    if (!camera ||
+        camera->setParam(QStringLiteral("imgdataformat"), format, IxCamera::ExCaller::Host) != KS_OK)
         return false;
     emit imageFormatChanged(hCam);
     return true;

@@ -42,7 +42,7 @@ struct CxFaultInjector::Private
 };
 
 CxFaultInjector::CxFaultInjector(std::shared_ptr<IxCamera> camera)
-    : m_camera(std::move(camera)), d(new Private)
+    : CxCameraDecorator(std::move(camera)), d(new Private)
 {
 }
 
@@ -99,7 +99,8 @@ bool CxFaultInjector::paramRefused(const QString& name, bool isSet, int value)
     QMutexLocker lock(&d->mutex);
     for (int i = 0; i < d->paramFaults.size(); ++i) {
         SxParamFault& fault = d->paramFaults[i];
-        if (fault.name != name || (fault.op == ExParamOp::Set && !isSet) || (fault.op == ExParamOp::Get && isSet))
+        if (fault.name != name || (fault.op == ExParamOp::Set && !isSet) ||
+            (fault.op == ExParamOp::Get && isSet))
             continue;
         if (!fault.anyValue && (!isSet || fault.value != value))
             continue;
@@ -112,11 +113,6 @@ bool CxFaultInjector::paramRefused(const QString& name, bool isSet, int value)
     return false;
 }
 
-SxCameraDescription CxFaultInjector::description() const
-{
-    return m_camera->description();
-}
-
 int CxFaultInjector::getParam(const QString& name, int& value, ExCaller caller)
 {
     return paramRefused(name, false, 0) ? int(KS_ERR_REFUSED) : m_camera->getParam(name, value, caller);
@@ -125,16 +121,6 @@ int CxFaultInjector::getParam(const QString& name, int& value, ExCaller caller)
 int CxFaultInjector::setParam(const QString& name, int value, ExCaller caller)
 {
     return paramRefused(name, true, value) ? int(KS_ERR_REFUSED) : m_camera->setParam(name, value, caller);
-}
-
-QStringList CxFaultInjector::parameterNames() const
-{
-    return m_camera->parameterNames();
-}
-
-QList<CxCameraParam::SxEnumItem> CxFaultInjector::enumItems(const QString& name) const
-{
-    return m_camera->enumItems(name);
 }
 
 int CxFaultInjector::startAcquisition()
@@ -161,11 +147,6 @@ int CxFaultInjector::stopAcquisition()
     m_acquiring = false;
     QMutexLocker lock(&d->mutex);
     return consume(d->stopFaults) ? int(KS_ERR_DEVICE) : error;
-}
-
-bool CxFaultInjector::isAcquiring() const
-{
-    return m_camera->isAcquiring();
 }
 
 int CxFaultInjector::getImage(unsigned int timeoutMs, KS_IMG* image, bool releasePrevious)
@@ -200,19 +181,4 @@ int CxFaultInjector::getImage(unsigned int timeoutMs, KS_IMG* image, bool releas
         return m_camera->waitOutCapture(timeoutMs);
     }
     return KS_ERR_DEVICE;
-}
-
-int CxFaultInjector::waitOutCapture(unsigned int timeoutMs)
-{
-    return m_camera->waitOutCapture(timeoutMs);
-}
-
-QString CxFaultInjector::lastRefusal() const
-{
-    return m_camera->lastRefusal();
-}
-
-bool CxFaultInjector::isConnected() const
-{
-    return m_camera->isConnected();
 }

@@ -325,7 +325,6 @@ const CxSimCameraConfig& CxSimCamera::config() const
     return d->config;
 }
 
-
 SxCameraDescription CxSimCamera::description() const
 {
     return d->config.description();

@@ -15,6 +15,11 @@ QString CxSimCameraConfig::pacingName(ExPacing pacing)
 
 SxCameraDescription CxSimCameraConfig::description() const
 {
-    return {id,           modelName, serialNumber, userName, nameSelection,
-            QStringLiteral("%1, %2 MB/s").arg(link.type).arg(link.rateMBps), hasParameterSet};
+    return {id,
+            modelName,
+            serialNumber,
+            userName,
+            nameSelection,
+            QStringLiteral("%1, %2 MB/s").arg(link.type).arg(link.rateMBps),
+            hasParameterSet};
 }

@@ -15,11 +15,11 @@
 // its device clock, 250 ticks per microsecond, as each 64-bit word leaves the camera.
 struct SxCounterPatternProfile
 {
-    QString vendor;             // DeviceVendorName; empty matches any
-    QString model;              // DeviceModelName
-    QString pixelFormat;        // PixelFormat entry the pattern needs, 16 bits per pixel
-    QString testPattern;        // TestPattern entry that sends the counter
-    QString selectorFeature;    // optional: a selector to set first, such as TestPatternGeneratorSelector
+    QString vendor;          // DeviceVendorName; empty matches any
+    QString model;           // DeviceModelName
+    QString pixelFormat;     // PixelFormat entry the pattern needs, 16 bits per pixel
+    QString testPattern;     // TestPattern entry that sends the counter
+    QString selectorFeature; // optional: a selector to set first, such as TestPatternGeneratorSelector
     QString selectorEntry;
 };
 

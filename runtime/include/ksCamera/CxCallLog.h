@@ -2,7 +2,7 @@
 // (CxCameraRegistry::setCallLogging); otherwise it passes calls through and keeps nothing.
 #pragma once
 
-#include "ksCamera/IxCamera.h"
+#include "ksCamera/CxCameraDecorator.h"
 
 #include <QMutex>
 #include <atomic>
@@ -32,7 +32,7 @@ struct KSCORE_EXPORT SxCallLogEntry
     QString toString() const;
 };
 
-class KSCORE_EXPORT CxCallLog : public IxCamera
+class KSCORE_EXPORT CxCallLog : public CxCameraDecorator
 {
 public:
     static constexpr size_t kLimit = 500000;
@@ -46,23 +46,15 @@ public:
     QStringList callLogText(bool withImages = false) const;
     void clearCallLog();
 
-    SxCameraDescription description() const override;
     int getParam(const QString& name, int& value, ExCaller caller) override;
     int setParam(const QString& name, int value, ExCaller caller) override;
-    QStringList parameterNames() const override;
-    QList<CxCameraParam::SxEnumItem> enumItems(const QString& name) const override;
     int startAcquisition() override;
     int stopAcquisition() override;
-    bool isAcquiring() const override;
     int getImage(unsigned int timeoutMs, KS_IMG* image, bool releasePrevious) override;
-    int waitOutCapture(unsigned int timeoutMs) override;
-    QString lastRefusal() const override;
-    bool isConnected() const override;
 
 private:
     void record(SxCallLogEntry::ExKind kind, const QString& name, int value, int error);
 
-    std::shared_ptr<IxCamera> m_camera;
     std::atomic<bool> m_enabled;
     mutable QMutex m_mutex;
     // A ring once full: dropping the oldest from the front of a list moved or reallocated

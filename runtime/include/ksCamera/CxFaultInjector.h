@@ -2,7 +2,7 @@
 // starts, failing stops and failing captures, each for a count or for good.
 #pragma once
 
-#include "ksCamera/IxCamera.h"
+#include "ksCamera/CxCameraDecorator.h"
 
 #include <QMutex>
 #include <atomic>
@@ -21,7 +21,7 @@ enum class ExCaptureFault
     Timeout, // waits the whole time-out on the camera's clock, then returns false
 };
 
-class KSCORE_EXPORT CxFaultInjector : public IxCamera
+class KSCORE_EXPORT CxFaultInjector : public CxCameraDecorator
 {
 public:
     explicit CxFaultInjector(std::shared_ptr<IxCamera> camera);
@@ -38,24 +38,16 @@ public:
     void failCaptures(ExCaptureFault kind, int count = 1, int fromCapture = 0);
     void clearFaults();
 
-    SxCameraDescription description() const override;
     int getParam(const QString& name, int& value, ExCaller caller) override;
     int setParam(const QString& name, int value, ExCaller caller) override;
-    QStringList parameterNames() const override;
-    QList<CxCameraParam::SxEnumItem> enumItems(const QString& name) const override;
     int startAcquisition() override;
     int stopAcquisition() override;
-    bool isAcquiring() const override;
     int getImage(unsigned int timeoutMs, KS_IMG* image, bool releasePrevious) override;
-    int waitOutCapture(unsigned int timeoutMs) override;
-    QString lastRefusal() const override;
-    bool isConnected() const override;
 
 private:
     struct Private;
     bool paramRefused(const QString& name, bool isSet, int value);
 
-    std::shared_ptr<IxCamera> m_camera;
     std::unique_ptr<Private> d;
     // Captures look at the fault list only when there is one, so a camera without faults
     // pays no lock per image.
