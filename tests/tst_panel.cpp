@@ -8,6 +8,9 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFileDialog>
+#include <QProgressDialog>
+#include <atomic>
+#include <thread>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -114,6 +117,8 @@ private slots:
     void settingsRoundTripAndNeverHurtARun_data();
     void settingsRoundTripAndNeverHurtARun();
     void graphImageAndCsvExport();
+    void eventsDuringAnExportNeverLockThePanel_data();
+    void eventsDuringAnExportNeverLockThePanel();
     void measurementsStopBeforeTheirLinesGo();
 };
 
@@ -537,6 +542,95 @@ void TestPanel::graphImageAndCsvExport()
     QVERIFY(file.readAll().count('\n') > 1000);
     QCOMPARE(recorder()->lastUsedDirectory(), QFileInfo(csv).absolutePath());
     QVERIFY(form.refreshTimer.isActive());
+}
+
+void TestPanel::eventsDuringAnExportNeverLockThePanel_data()
+{
+    QTest::addColumn<QString>("event");
+    for (const char* event : {"acquisitionFinished", "acquisitionStarted", "imageFormatChanged",
+                              "other imageFormatChanged", "open another", "close", "row Stop", "Start All",
+                              "refresh"})
+        QTest::newRow(event) << QString::fromLatin1(event);
+}
+
+void TestPanel::eventsDuringAnExportNeverLockThePanel()
+{
+    QFETCH(QString, event);
+    const KSCORE_HANDLE hCam = openSmall("exported");
+    CxSimCameraConfig paced = camera("other", 400.0, 512, 256);
+    paced.pacing = ExPacing::RealTime; // the live graph follows its clock, which is the host's
+    const KSCORE_HANDLE other = open(paced);
+    CxDataGraphForm form;
+    form.refreshTimer.setInterval(1);
+    CxCameraLineData* line = form.cameraLines.value(hCam);
+    // Five million samples at 400 MB/s over the 13 s before now, in the live graph's view.
+    const qint64 now = qint64(QTime::currentTime().msecsSinceStartOfDay()) * 1000;
+    for (int f = 0; f < 100; ++f) {
+        auto* frame = new CxCameraLineData::CxFrameData;
+        frame->sampleCount = 50000;
+        frame->samples = new quint64[frame->sampleCount];
+        for (quint64 i = 0; i < frame->sampleCount; ++i)
+            frame->samples[i] = quint64(f) * 40000000u + i * 640u;
+        frame->sampleSpan = frame->samples[frame->sampleCount - 1] - frame->samples[0];
+        frame->frameNumber = quint32(f);
+        frame->timestamp = now - 15000000 + f * 130000;
+        line->frames.append(frame);
+    }
+    form.maxSamples = 20000000;
+    // The other camera measures; "Start All" starts the exported one under its own export.
+    buttonAt(&form, 1, Tp::colMeasure)->click();
+    QVERIFY(form.cameraLines.value(other)->isMeasurementRunning());
+
+    QTemporaryDir dir;
+    const QString csv = dir.filePath("report.csv");
+    CxCameraManager* manager = CxCameraManager::instance();
+    answerNextModal([&](QWidget* modal) {
+        if (auto* fileDialog = qobject_cast<QFileDialog*>(modal)) {
+            fileDialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(csv);
+            QMetaObject::invokeMethod(fileDialog, "accept");
+            return false;
+        }
+        // Once the export writes rows, what the host or the user does while its dialog is up.
+        auto* progress = qobject_cast<QProgressDialog*>(modal);
+        if (!progress || progress->value() < 1)
+            return false;
+        if (event == QLatin1String("acquisitionFinished") || event == QLatin1String("acquisitionStarted") ||
+            event.endsWith(QLatin1String("imageFormatChanged")))
+            QMetaObject::invokeMethod(manager, qPrintable(event.section(' ', -1)),
+                                      Q_ARG(KSCORE_HANDLE, event.startsWith(QLatin1String("other")) ? other : hCam));
+        else if (event == QLatin1String("open another"))
+            openSmall("third");
+        else if (event == QLatin1String("close"))
+            manager->closeCamera(hCam);
+        else if (event == QLatin1String("row Stop"))
+            buttonAt(&form, 1, Tp::colMeasure)->click();
+        else if (event == QLatin1String("Start All"))
+            child<QPushButton>(&form, "btnStartAll")->click();
+        else
+            QTest::qWait(100);
+        return true;
+    });
+    // A hang here is the fault: the watchdog ends the test with a message instead of never.
+    std::atomic<bool> done{false};
+    std::thread watchdog([&done] {
+        for (int i = 0; i < 400 && !done; ++i)
+            QThread::msleep(50);
+        if (!done)
+            qFatal("the panel hung during an export");
+    });
+    buttonAt(&form, 0, Tp::colExportData)->click();
+    done = true;
+    watchdog.join();
+    QFile file(csv);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readLine().startsWith("Frame number,"));
+    // The camera that went ended its export with what was written; the others wrote it all.
+    if (event == QLatin1String("close"))
+        QVERIFY(!form.cameraLines.contains(hCam));
+    else
+        QCOMPARE(file.readAll().count('\n'), 100 * 49999);
+    for (CxCameraLineData* remaining : std::as_const(form.cameraLines))
+        remaining->stopMeasurement();
 }
 
 void TestPanel::measurementsStopBeforeTheirLinesGo()

@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QMessageBox>
 #include <QProgressDialog>
+#include <QScopeGuard>
 #include <QPushButton>
 #include <QTextStream>
 #include <QTime>
@@ -504,11 +505,24 @@ void CxCameraLineData::clearData()
                     QStringLiteral("clearData() refused while measuring"));
         return;
     }
-    qDeleteAll(frames);
+    {
+        QMutexLocker lock(&dataMutex);
+        for (CxFrameData* frame : std::as_const(frames))
+            retireFrame(frame);
+    }
     frames.clear();
     qDeleteAll(counterSamples);
     counterSamples.clear();
     releaseWorkArrays();
+}
+
+// Caller holds dataMutex. A frame an export still reads waits until the last export ends.
+void CxCameraLineData::retireFrame(CxFrameData* frame)
+{
+    if (exportsRunning > 0)
+        retiredFrames.append(frame);
+    else
+        delete frame;
 }
 
 void CxCameraLineData::releaseWorkArrays()
@@ -834,7 +848,7 @@ void CxCameraLineData::runMeasureLoopThrougput()
         // A negative capacity (a hand-edited setting) keeps just the newest frame.
         const qint64 keep = qint64(std::max(maxSamples, 0)) / qint64(sampleCount);
         for (qint64 excess = qint64(frames.size()) - 1 - keep; excess > 0; --excess)
-            delete frames.takeFirst();
+            retireFrame(frames.takeFirst());
     } while (!stopRequested);
 }
 
@@ -1214,20 +1228,43 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
     if (measureMode != MeasureModeDataThroughput)
         return;
 
+    // Stored frames never change and a running export keeps those it reads alive (retireFrame),
+    // so the file is written without the lock: the progress dialog runs the event loop, and
+    // whatever reaches this line meanwhile on the GUI thread (a stop, a refresh, the host
+    // closing the camera) must not find the lock taken by the thread it runs on.
     int frameCount = 0;
+    QList<const CxFrameData*> range;
+    CxExportSettings settings;
     {
         QMutexLocker lock(&dataMutex);
-        frames.detach();
         const long long span = end - start;
+        // Before any frame was timed frameTimeMin is the largest double, which no integer holds:
+        // a margin of 30 years says the same.
         const long long margin =
-            frameTimeMin > double(span) ? static_cast<long long>(frameTimeMin) : span / 2;
+            frameTimeMin > double(span) ? static_cast<long long>(std::min(frameTimeMin, 1e15)) : span / 2;
         for (const CxFrameData* frame : std::as_const(frames)) {
             if (frame->timestamp > end + margin)
                 break;
             if (frame->timestamp >= start - margin)
                 ++frameCount;
         }
+        // The rows end with the first frame that starts after the span.
+        for (const CxFrameData* frame : std::as_const(frames)) {
+            range.append(frame);
+            if (end < frame->timestamp)
+                break;
+        }
+        settings = {samplePeriod, requiredThroughput, cameraBufferSize};
+        ++exportsRunning;
     }
+    exportAbort = false;
+    auto release = qScopeGuard([this]() {
+        QMutexLocker lock(&dataMutex);
+        if (--exportsRunning == 0) {
+            qDeleteAll(retiredFrames);
+            retiredFrames.clear();
+        }
+    });
 
     QProgressDialog dialog(
         QCoreApplication::translate("CxCameraLineData", "Exporting %1 data").arg(cameraName),
@@ -1250,18 +1287,16 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
         return;
     }
 
-    QMutexLocker lock(&dataMutex);
-    // Rows are formatted into a buffer by hand and written in large blocks: the export holds
-    // the camera's lock, so every microsecond here is one the worker waits.
+    // Rows are formatted into a buffer by hand and written in large blocks.
     CxCsvWriter out(&file);
     out.text("Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns], Req. throughput [MB/s], "
              "Link throughput [MB/s], Buffer filled [B], Max buffer level [%]\n");
-    const double bufferSize = double(cameraBufferSize);
+    const double bufferSize = double(settings.bufferSize);
     // Two columns hold the same value in every row.
-    const QByteArray periodField = ',' + QByteArray::number(samplePeriod);
-    const QByteArray requiredField = ',' + QByteArray::number(requiredThroughput);
-    auto steps = std::make_unique<CxSampleSteps>(samplePeriod);
-    const double required = double(requiredThroughput);
+    const QByteArray periodField = ',' + QByteArray::number(settings.samplePeriod);
+    const QByteArray requiredField = ',' + QByteArray::number(settings.requiredThroughput);
+    auto steps = std::make_unique<CxSampleSteps>(settings.samplePeriod);
+    const double required = double(settings.requiredThroughput);
     // Unlike the graph, the modelled buffer runs on across frames, over exported rows only.
     double fill = 0.0;
     int progress = 0;
@@ -1270,12 +1305,13 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
     QElapsedTimer sinceShown;
     sinceShown.start();
     qint64 shownAt = -1;
-    for (const CxFrameData* frame : std::as_const(frames)) {
+    for (const CxFrameData* frame : std::as_const(range)) {
         if (shownAt < 0 || sinceShown.elapsed() - shownAt >= 40) {
             dialog.setValue(progress);
             shownAt = sinceShown.elapsed();
         }
-        if (dialog.wasCanceled())
+        // Closed by the user, or the camera went: the file keeps what was written.
+        if (dialog.wasCanceled() || exportAbort)
             break;
         if (frame->samples && frame->sampleCount > 1) {
             const quint64* samples = frame->samples;
@@ -1306,14 +1342,11 @@ void CxCameraLineData::exportDataToFile(const QString& fileName, QWidget* parent
             }
         }
         ++progress;
-        if (end < frame->timestamp)
-            break;
     }
     out.flush();
     const bool written = !out.failed() && file.flush();
     const QString error = file.errorString();
     file.close();
-    lock.unlock();
     if (!written)
         reportExportFailure(parent, fileName, error);
 }

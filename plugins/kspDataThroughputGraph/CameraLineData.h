@@ -10,7 +10,9 @@
 //   polls on its refresh timer.
 // - `dataMutex` (non-recursive) guards the stores, the statistics and the run state. The
 //   GUI thread holds it for the whole of startMeasurement and for the camera stop and
-//   restore in stopMeasurement, and while it computes graph series or exports.
+//   restore in stopMeasurement, and while it computes graph series. An export takes it only
+//   to pick its frames and to let them go: it writes the file, and runs its progress
+//   dialog's event loop, without it.
 //   GetCounterValue takes it itself, so never call it with the mutex held.
 // - `stopRequested` is set by the GUI thread and read by the worker without the mutex once
 //   per captured image; stopMeasurement waits for the worker before it stops the camera.
@@ -205,11 +207,25 @@ public:
     double maxBufferLevel = 0.0;
     quint64 bufferOverflowCount = 0;
     QMutex dataMutex;
+    // Exports reading the store now, and the frames trimmed or cleared meanwhile, freed when
+    // the last export ends (under dataMutex).
+    int exportsRunning = 0;
+    QList<CxFrameData*> retiredFrames;
+    // Set on the GUI thread when the camera goes during its own export: the export ends.
+    std::atomic<bool> exportAbort{false};
     std::atomic<bool> measurementRunning{false};
     std::atomic<bool> stopRequested{false};
     CxAcquisitionThread* acquisitionThread = nullptr;
 
 private:
+    // What an export reads of the settings, taken with its frames.
+    struct CxExportSettings
+    {
+        quint32 samplePeriod = 0;
+        qint32 requiredThroughput = 0;
+        qint32 bufferSize = 0;
+    };
+    void retireFrame(CxFrameData* frame);
     void releaseWorkArrays();
     void resetFrameTimes();
     void addFrameTime(double microseconds);

@@ -185,11 +185,8 @@ CxDataGraphForm::CxDataGraphForm(QWidget* parent) : QWidget(parent), ui(new Ui_C
 CxDataGraphForm::~CxDataGraphForm()
 {
     const QList<KSCORE_HANDLE> handles = cameraLines.keys();
-    for (KSCORE_HANDLE hCam : handles) {
-        CxCameraLineData* line = cameraLines.value(hCam);
-        line->stopMeasurement();
-        delete line;
-    }
+    for (KSCORE_HANDLE hCam : handles)
+        releaseCameraLine(hCam);
     delete ui;
 }
 
@@ -229,11 +226,8 @@ void CxDataGraphForm::updateCameraList()
 
     const QList<KSCORE_HANDLE> known = cameraLines.keys();
     for (KSCORE_HANDLE hCam : known) {
-        if (opened.contains(hCam))
-            continue;
-        CxCameraLineData* line = cameraLines.take(hCam);
-        line->stopMeasurement();
-        delete line;
+        if (!opened.contains(hCam))
+            releaseCameraLine(hCam);
     }
 
     on_btnResetZoom_clicked();
@@ -315,15 +309,31 @@ void CxDataGraphForm::updateCameraListRow(KSCORE_HANDLE hCam)
 
 void CxDataGraphForm::removeCameraListRow(KSCORE_HANDLE hCam)
 {
-    CxCameraLineData* line = cameraLines.value(hCam);
+    if (!cameraLines.contains(hCam))
+        return;
+    const int row = findCameraRow(hCam);
+    releaseCameraLine(hCam);
+    if (row >= 0)
+        ui->table->removeRow(row);
+}
+
+void CxDataGraphForm::releaseCameraLine(KSCORE_HANDLE hCam)
+{
+    CxCameraLineData* line = cameraLines.take(hCam);
     if (!line)
         return;
     line->stopMeasurement();
-    const int row = findCameraRow(hCam);
-    if (row >= 0)
-        ui->table->removeRow(row);
-    cameraLines.remove(hCam);
-    delete line;
+    bool exporting = false;
+    {
+        QMutexLocker lock(&line->dataMutex);
+        exporting = line->exportsRunning > 0;
+    }
+    // A line whose export runs further down this thread's stack ends that export; the export's
+    // caller deletes it once it returns.
+    if (exporting)
+        line->exportAbort = true;
+    else
+        delete line;
 }
 
 // ---------------------------------------------------------------------------------------
@@ -1502,11 +1512,8 @@ void CxDataGraphForm::onBtnCamExportData()
     qint64 from = 0;
     qint64 to = 0;
     GetTimeAxisRange(&from, &to);
-    // The export holds the line's dataMutex while its progress dialog runs the event loop;
-    // a refresh tick meanwhile would wait for that mutex on this very thread.
-    const bool ticking = refreshTimer.isActive();
-    refreshTimer.stop();
     line->exportDataToFile(fileName, this, from, to);
-    if (ticking)
-        refreshTimer.start();
+    // The camera closed while its export ran: its row went then, its line goes now.
+    if (!std::as_const(cameraLines).values().contains(line))
+        delete line;
 }

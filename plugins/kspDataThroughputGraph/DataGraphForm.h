@@ -141,6 +141,8 @@ private:
     void AddPlotTableItem(int row, QString name, QString toolTip, QColor color);
     void DisableTableWidget(int row, int col, KSCORE_HANDLE hCam, bool disable);
     CxCameraLineData* lineForRow(KSCORE_HANDLE hCam);
+    // Stops the camera's run and deletes its line, which leaves cameraLines.
+    void releaseCameraLine(KSCORE_HANDLE hCam);
     QTableWidgetItem* createNameItem(const CxCameraLineData* line);
     QPushButton* createRowButton(const QString& text, const QVariant& tag, const char* slot);
     QWidget* createGraphCell(const QVariant& tag);
