@@ -388,27 +388,42 @@ public:
         : m_line(line), m_prefix(prefix), m_text(text)
     {
     }
+    // The run ends: what is still untold is told now.
+    ~CxRepeatedFailure() { reportOutstanding(); }
 
     void failed(const std::atomic<bool>& stopRequested)
     {
         ++m_unreported;
-        if (!m_reportedOnce || m_sinceReport.elapsed() >= 1000) {
-            logCritical(
-                kSource, m_line, m_prefix,
-                m_reportedOnce
-                    ? QStringLiteral("%1 (%2 more times)").arg(QLatin1String(m_text)).arg(m_unreported)
-                    : QLatin1String(m_text));
-            m_reportedOnce = true;
-            m_unreported = 0;
-            m_sinceReport.start();
-        }
+        if (!m_reportedOnce || m_sinceReport.elapsed() >= 1000)
+            reportOutstanding();
         m_backOffMs = std::min(m_backOffMs == 0 ? 1 : m_backOffMs * 2, kMaxBackOffMs);
         for (int slept = 0; slept < m_backOffMs && !stopRequested; slept += 5)
             QThread::msleep(std::min(5, m_backOffMs - slept));
     }
-    void succeeded() { m_backOffMs = 0; }
+    // A burst that ended within the second is told with the first success a second after the
+    // last line, so that failures alternating with successes still log once a second at most.
+    void succeeded()
+    {
+        m_backOffMs = 0;
+        if (m_unreported > 0 && m_sinceReport.elapsed() >= 1000)
+            reportOutstanding();
+    }
 
 private:
+    void reportOutstanding()
+    {
+        if (m_unreported == 0)
+            return;
+        logCritical(kSource, m_line, m_prefix,
+                    m_reportedOnce
+                        ? QStringLiteral("%1 (%2 more times)").arg(QLatin1String(m_text)).arg(m_unreported)
+                        : QLatin1String(m_text));
+        // The first line stands for one failure; later lines count all since the line before.
+        m_unreported = m_reportedOnce ? 0 : m_unreported - 1;
+        m_reportedOnce = true;
+        m_sinceReport.start();
+    }
+
     static constexpr int kMaxBackOffMs = 100;
     int m_line;
     const char* m_prefix;
