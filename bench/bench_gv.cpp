@@ -90,7 +90,6 @@ SxRun measure()
     CxCameraLineData line;
     line.hCam = hCam;
     line.autoTransport = false;
-    line.AllocateBuffers(1);
     std::atomic<bool> stop{false};
     quint64 bare = 0;
     std::thread consumer([&] { bare = bareConsumer("127.0.0.2", stop); });

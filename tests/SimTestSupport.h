@@ -54,10 +54,11 @@ inline const bool kCallLogging = (CxCameraRegistry::setCallLogging(true), true);
 // Puts the camera into the throughput test-pattern configuration, time stamps reset at start.
 inline bool selectCounterPattern(KSCORE_HANDLE hCam)
 {
-    return ksApi_SetParamInt(hCam, "imgdataformat", 7) &&
-           ksApi_SetParamInt(hCam, "test_pattern_generator_selector", 1) &&
-           ksApi_SetParamInt(hCam, "test_pattern", 11) && ksApi_SetParamInt(hCam, "ts_rst_mode", 0) &&
-           ksApi_SetParamInt(hCam, "ts_rst_source", 19);
+    return ksApi_SetParamInt(hCam, "imgdataformat", KS_FRM_TRANSPORT_DATA) &&
+           ksApi_SetParamInt(hCam, "test_pattern_generator_selector", KS_TESTPAT_GEN_FPGA) &&
+           ksApi_SetParamInt(hCam, "test_pattern", KS_TESTPAT_DEVICE_SPEC_COUNTER) &&
+           ksApi_SetParamInt(hCam, "ts_rst_mode", KS_TS_RST_MODE_ON_SOURCE) &&
+           ksApi_SetParamInt(hCam, "ts_rst_source", KS_TS_RST_SOURCE_ACQUISITION_START);
 }
 
 inline bool grab(KSCORE_HANDLE hCam, KS_IMG* image, unsigned int timeoutMs = 5000, int* error = nullptr)

@@ -242,7 +242,7 @@ private slots:
     void statisticsWithoutGraphsOrFramesAndTheMargin();
     void degenerateFramesAndEqualSamples();
     void relativeTimeWrapsBeyond35Minutes();
-    void workArraysFollowTheFramesUntilClearData();
+    void clearDataEmptiesBothStores();
     void summariesGiveTheResultsOfTheFullWalk_data();
     void summariesGiveTheResultsOfTheFullWalk();
 
@@ -500,37 +500,14 @@ void TestSeries::relativeTimeWrapsBeyond35Minutes()
     QVERIFY(mins[0].x > 2000.0);
 }
 
-void TestSeries::workArraysFollowTheFramesUntilClearData()
+void TestSeries::clearDataEmptiesBothStores()
 {
     CxCameraLineData line;
     line.clearData(); // on an empty line: nothing to free
     fillKnownStore(line);
-    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
-    double* speeds = line.speedsBuffer;
-    QVERIFY(speeds && line.bufferDeltasBuffer && line.offsetsBuffer);
-    QCOMPARE(line.bufferCapacity, quint64(4)); // the first frame's sample count minus one
-    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
-    QCOMPARE(line.speedsBuffer, speeds);
-    // A later, larger frame grows the arrays instead of overrunning them.
-    addFrame(line, 9, kT0 + 1500, {0, 250, 500, 750, 1000, 1250, 1500, 1750});
-    QVERIFY(line.calculateGraphsThrougput(nullptr, nullptr, nullptr, kT0 - 100, kT0 + 2000, 0.0));
-    QCOMPARE(line.bufferCapacity, quint64(7));
-    QVERIFY(line.AllocateBuffers(100));
-    QCOMPARE(line.bufferCapacity, quint64(100));
-
-    // The acquisition mode needs none.
-    CxCameraLineData acquisition;
-    acquisition.measureMode = MeasureModeStandardAcquisition;
-    QVERIFY(acquisition.AllocateBuffers(511));
-    QCOMPARE(acquisition.speedsBuffer, nullptr);
-    QCOMPARE(acquisition.bufferCapacity, quint64(0));
-
     addRecord(line, kT0, 0);
     line.clearData();
     QVERIFY(line.frames.isEmpty() && line.counterSamples.isEmpty());
-    QCOMPARE(line.speedsBuffer, nullptr);
-    QCOMPARE(line.offsetsBuffer, nullptr);
-    QCOMPARE(line.bufferCapacity, quint64(0));
 }
 
 void TestSeries::acquisitionPointsAndTheirMargin()

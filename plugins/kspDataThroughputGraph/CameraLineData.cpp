@@ -32,7 +32,6 @@ const char* const kStopPrefix = "CxCameraLineData::stopMeasurement(): %1";
 const char* const kThroughputLoopPrefix = "CxCameraLineData::runMeasureLoopThrougput(): %1";
 const char* const kAcquisitionLoopPrefix = "CxCameraLineData::runMeasureLoopAcquisition(): %1";
 const char* const kThreadPrefix = "CxAcquisitionThread::run(): %1";
-const char* const kGraphsPrefix = "CxCameraLineData::calculateGraphsThrougput(): %1";
 const char* const kLifetimePrefix = "CxCameraLineData: %1";
 const char* const kExportPrefix = "CxCameraLineData::exportDataToFile(): %1";
 
@@ -48,11 +47,9 @@ enum : int
     kLineRestoreDeviceUnit = 321,
     kLineThroughputLoop = 526,
     kLineAcquisitionLoop = 612,
-    kLineGraphsThroughput = 683,
     kLineExport = 741,
 };
 
-constexpr unsigned int kCaptureTimeoutMs = 5000;
 constexpr int kUnknownBufferSize = 32768;
 constexpr double kTicksPerUs = 250.0;
 
@@ -528,7 +525,6 @@ void CxCameraLineData::clearData()
     frames.clear();
     qDeleteAll(counterSamples);
     counterSamples.clear();
-    releaseWorkArrays();
 }
 
 // Caller holds dataMutex. A frame an export still reads waits until the last export ends.
@@ -540,38 +536,10 @@ void CxCameraLineData::retireFrame(CxFrameData* frame)
         delete frame;
 }
 
-void CxCameraLineData::releaseWorkArrays()
-{
-    delete[] speedsBuffer;
-    delete[] bufferDeltasBuffer;
-    delete[] offsetsBuffer;
-    speedsBuffer = nullptr;
-    bufferDeltasBuffer = nullptr;
-    offsetsBuffer = nullptr;
-    bufferCapacity = 0;
-}
-
 bool CxCameraLineData::isMeasurementRunning()
 {
     QMutexLocker lock(&dataMutex);
     return measurementRunning;
-}
-
-bool CxCameraLineData::AllocateBuffers(unsigned int count)
-{
-    if (measureMode != MeasureModeDataThroughput || count == bufferCapacity)
-        return true;
-    releaseWorkArrays();
-    // A corrupt sample count must not take the application down with it.
-    speedsBuffer = new (std::nothrow) double[count];
-    bufferDeltasBuffer = new (std::nothrow) double[count];
-    offsetsBuffer = new (std::nothrow) quint64[count];
-    if (!speedsBuffer || !bufferDeltasBuffer || !offsetsBuffer) {
-        releaseWorkArrays();
-        return false;
-    }
-    bufferCapacity = count;
-    return true;
 }
 
 bool CxCameraLineData::IsCounterSupported(KS_COUNTER_SELECTOR selector) const
@@ -605,7 +573,7 @@ bool CxCameraLineData::setupCameraParameters()
         for (CxCounterInfo* counter : std::as_const(counters))
             counter->supported = setParam(hCam, "counter_selector:settable", counter->selector);
         getParam(hCam, "buffer_policy", savedBufferPolicy);
-        if (setParam(hCam, "buffer_policy", 0))
+        if (setParam(hCam, "buffer_policy", KS_BP_UNSAFE))
             return true;
         return fail(460, "ksApi_SetParamInt(KS_PRM_BUFFER_POLICY, KS_BP_UNSAFE) failed");
     }
@@ -620,9 +588,9 @@ bool CxCameraLineData::setupCameraParameters()
     getParam(hCam, "row_fpn_correction", savedRowFpnCorrection);
     getParam(hCam, "LUTEnable", savedLutEnable);
 
-    if (!setParam(hCam, "buffer_policy", 0))
+    if (!setParam(hCam, "buffer_policy", KS_BP_UNSAFE))
         return fail(359, "ksApi_SetParamInt(KS_PRM_BUFFER_POLICY, KS_BP_UNSAFE) failed");
-    if (!setParam(hCam, "imgdataformat", 7))
+    if (!setParam(hCam, "imgdataformat", KS_FRM_TRANSPORT_DATA))
         return fail(364, "ksApi_SetParamInt(KS_PRM_IMAGE_DATA_FORMAT, KS_FRM_TRANSPORT_DATA) failed");
     if (!setParam(hCam, "output_bit_depth", 16))
         return fail(369, "ksApi_SetParamInt(KS_PRM_OUTPUT_DATA_BIT_DEPTH) failed");
@@ -634,36 +602,36 @@ bool CxCameraLineData::setupCameraParameters()
 
     if (!getParam(hCam, "test_pattern_generator_selector", savedTestPatternGeneratorSelector))
         return fail(385, "ksApi_GetParamInt(KS_PRM_TEST_PATTERN_GENERATOR_SELECTOR) failed");
-    if (!setParam(hCam, "test_pattern_generator_selector", 1))
+    if (!setParam(hCam, "test_pattern_generator_selector", KS_TESTPAT_GEN_FPGA))
         return fail(390,
                     "ksApi_SetParamInt(KS_PRM_TEST_PATTERN_GENERATOR_SELECTOR, KS_TESTPAT_GEN_FPGA) failed");
     if (!getParam(hCam, "test_pattern", savedTestPattern))
         return fail(395, "ksApi_GetParamInt(KS_PRM_TEST_PATTERN) failed");
-    if (!setParam(hCam, "test_pattern", 11))
+    if (!setParam(hCam, "test_pattern", KS_TESTPAT_DEVICE_SPEC_COUNTER))
         return fail(400, "ksApi_SetParamInt(KS_PRM_TEST_PATTERN, KS_TESTPAT_DEVICE_SPEC_COUNTER) failed");
 
     // The frame buffer would smooth out exactly the link behaviour we want to see. All three
     // queries are always asked; a camera that lacks one keeps its buffer as it is.
     frameBufferModeChanged = false;
-    const bool unitSettable = setParam(hCam, "dp_unit_selector:settable", 1);
-    const bool processSettable = setParam(hCam, "dp_proc_selector:settable", 5);
-    const bool parameterSettable = setParam(hCam, "dp_param_selector:settable", 6);
+    const bool unitSettable = setParam(hCam, "dp_unit_selector:settable", KS_DP_UNIT_FPGA);
+    const bool processSettable = setParam(hCam, "dp_proc_selector:settable", KS_DP_PROC_FRAME_BUFFER);
+    const bool parameterSettable = setParam(hCam, "dp_param_selector:settable", KS_DP_PARAM_FRAMEBUF_MODE);
     if (unitSettable && processSettable && parameterSettable) {
-        if (!setParam(hCam, "dp_unit_selector", 1))
+        if (!setParam(hCam, "dp_unit_selector", KS_DP_UNIT_FPGA))
             return fail(415, "ksApi_SetParamInt(KS_PRM_DP_UNIT_SELECTOR, KS_DP_UNIT_FPGA) failed");
-        if (!setParam(hCam, "dp_proc_selector", 5))
+        if (!setParam(hCam, "dp_proc_selector", KS_DP_PROC_FRAME_BUFFER))
             return fail(420, "ksApi_SetParamInt(KS_PRM_DP_PROC_SELECTOR, KS_DP_PROC_FRAME_BUFFER) failed");
-        if (!setParam(hCam, "dp_param_selector", 6))
+        if (!setParam(hCam, "dp_param_selector", KS_DP_PARAM_FRAMEBUF_MODE))
             return fail(425, "ksApi_SetParamInt(KS_PRM_DP_PARAM_SELECTOR, KS_DP_PARAM_FRAMEBUF_MODE) failed");
-        if (!setParam(hCam, "dp_param_value", 9))
+        if (!setParam(hCam, "dp_param_value", KS_DP_PARAM_VALUE_FRAMEBUF_MODE_DISABLED))
             return fail(
                 430,
                 "ksApi_SetParamInt(KS_PRM_DP_PARAM_VALUE, KS_DP_PARAM_VALUE_FRAMEBUF_MODE_DISABLED) failed");
         frameBufferModeChanged = true;
     }
 
-    if (setParam(hCam, "device_unit_selector", 1) && setParam(hCam, "device_unit_register_selector", 55) &&
-        setParam(hCam, "device_unit_register_value", 25000))
+    if (setParam(hCam, "device_unit_selector", KS_DEV_UNIT_LINK) && setParam(hCam, "device_unit_register_selector", KS_DEV_REG_LINK_MODE) &&
+        setParam(hCam, "device_unit_register_value", KS_DEV_REG_LINK_MODE_MEASURE))
         deviceRegisterChanged = true;
 
     cameraBufferSize = readInternalCameraBufferSize();
@@ -679,9 +647,9 @@ void CxCameraLineData::restoreCameraParameters()
     if (measureMode != MeasureModeDataThroughput)
         return;
     if (deviceRegisterChanged) {
-        setParam(hCam, "device_unit_selector", 1);
-        setParam(hCam, "device_unit_register_selector", 55);
-        setParam(hCam, "device_unit_register_value", 1);
+        setParam(hCam, "device_unit_selector", KS_DEV_UNIT_LINK);
+        setParam(hCam, "device_unit_register_selector", KS_DEV_REG_LINK_MODE);
+        setParam(hCam, "device_unit_register_value", KS_DEV_REG_LINK_MODE_NORMAL);
     }
     setParam(hCam, "test_pattern", savedTestPattern);
     setParam(hCam, "test_pattern_generator_selector", savedTestPatternGeneratorSelector);
@@ -695,7 +663,7 @@ void CxCameraLineData::restoreCameraParameters()
     // The selectors are deliberately not written again: the value goes to whatever
     // data-processing parameter is selected now, as the camera expects it.
     if (frameBufferModeChanged)
-        setParam(hCam, "dp_param_value", 10);
+        setParam(hCam, "dp_param_value", KS_DP_PARAM_VALUE_FRAMEBUF_MODE_ENABLED);
 }
 
 void CxCameraLineData::readDefaultAvgTransportSpeed()
@@ -707,7 +675,7 @@ void CxCameraLineData::readDefaultAvgTransportSpeed()
         logCritical(kSource, kLineReadDeviceUnit, kTransportSpeedPrefix,
                     QStringLiteral("Failed to read current device unit confiuration"));
 
-    if (setParam(hCam, "device_unit_selector", 8) && setParam(hCam, "device_unit_register_selector", 4096)) {
+    if (setParam(hCam, "device_unit_selector", KS_DEV_UNIT_SENSOR) && setParam(hCam, "device_unit_register_selector", KS_DEV_REG_SENSOR_DATA_RATE)) {
         int speed = -1;
         if (getParam(hCam, "device_unit_register_value", speed) && speed > 0)
             requiredThroughput = speed;
@@ -722,7 +690,7 @@ void CxCameraLineData::readDefaultAvgTransportSpeed()
 int CxCameraLineData::readInternalCameraBufferSize()
 {
     // Selecting the parameter alone relies on the camera's unit and process selection.
-    if (!setParam(hCam, "dp_param_selector", 7))
+    if (!setParam(hCam, "dp_param_selector", KS_DP_PARAM_FRAMEBUF_SIZE))
         return kUnknownBufferSize;
     int size = 0;
     if (!getParam(hCam, "dp_param_value", size))
@@ -746,8 +714,8 @@ bool CxCameraLineData::startMeasurement(unsigned int period, int capacity)
     }
     samplePeriod = period;
     maxSamples = capacity;
-    setParam(hCam, "ts_rst_mode", 0);
-    setParam(hCam, "ts_rst_source", 19);
+    setParam(hCam, "ts_rst_mode", KS_TS_RST_MODE_ON_SOURCE);
+    setParam(hCam, "ts_rst_source", KS_TS_RST_SOURCE_ACQUISITION_START);
     if (!ksApi_StartAcquisition(hCam)) {
         logCritical(kSource, kLineStart, kStartPrefix, QStringLiteral("ksApi_StartAcquisition failed"));
         restoreCameraParameters();
@@ -810,7 +778,7 @@ bool CxCameraLineData::captureImage(KS_IMG* image)
 {
     std::memset(image, 0, sizeof(KS_IMG));
     image->size = sizeof(KS_IMG);
-    return ksApi_GetImage(hCam, kCaptureTimeoutMs, image, nullptr, true) && image->data;
+    return ksApi_GetImage(hCam, captureTimeoutMs, image, nullptr, true) && image->data;
 }
 
 void CxCameraLineData::runMeasureLoopThrougput()
@@ -1047,18 +1015,11 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
                                                 const QCPRange* timeRange, long long start, long long end,
                                                 double msPerPixel)
 {
-    auto allocationFailed = [] {
-        logCritical(kSource, kLineGraphsThroughput, kGraphsPrefix,
-                    QStringLiteral("Failed to allocate temporary buffers for internal calculations"));
-        return false;
-    };
     QMutexLocker lock(&dataMutex);
     // Throughput frames kept from before a switch to the acquisition mode are not drawn.
     if (frames.isEmpty() || measureMode != MeasureModeDataThroughput)
         return false;
     frames.detach();
-    if (!AllocateBuffers(unsigned(frames.first()->sampleCount - 1)))
-        return allocationFailed();
     maxBufferLevel = 0.0;
     bufferOverflowCount = 0;
 
@@ -1097,10 +1058,6 @@ bool CxCameraLineData::calculateGraphsThrougput(QCPGraph* minThroughputGraph, QC
     };
     for (; index < frames.size() && frames[index]->timestamp < upper; ++index) {
         CxFrameData* frame = frames[index];
-        // The work arrays stay sized for the largest stored frame, as their owners expect of
-        // them, though the walk below no longer fills them.
-        if (frame->sampleCount > bufferCapacity + 1 && !AllocateBuffers(unsigned(frame->sampleCount - 1)))
-            return allocationFailed();
         bool overflow = false;
         if (!firstSample && wholeFrameInOneBin(frame, timeRange, start, end, lastX, minGap)) {
             // No point falls inside the frame: its summary stands for its samples.

@@ -137,7 +137,6 @@ public:
     // Store and counter table.
     void clearData();
     bool isMeasurementRunning();
-    bool AllocateBuffers(unsigned int count);
     bool IsCounterSupported(KS_COUNTER_SELECTOR selector) const;
     int GetCounterValue(KS_COUNTER_SELECTOR selector);
 
@@ -179,18 +178,16 @@ public:
     QList<CxCounterInfo*> counters;
     quint32 samplePeriod = 4096;
     qint32 maxSamples = 3000000;
+    // How long the worker waits for one image; tests shorten it.
+    unsigned int captureTimeoutMs = 5000;
     qint32 cameraBufferSize = 0;
     bool plotEnabled = true;
-    double* speedsBuffer = nullptr;
-    double* bufferDeltasBuffer = nullptr;
-    quint64* offsetsBuffer = nullptr;
     qint32 requiredThroughput = 0;
     bool autoTransport = true;
     double frameTimeAvg = 0.0;
     double frameTimeMax = 2.2250738585072014e-308;
     double frameTimeMin = 1.7976931348623157e308;
     quint64 frameTimeCount = 0;
-    quint64 bufferCapacity = 0;
     int savedImgDataFormat = 0;
     int savedOutputBitDepth = 0;
     int savedOutputBitPacking = 0;
@@ -226,7 +223,6 @@ private:
         qint32 bufferSize = 0;
     };
     void retireFrame(CxFrameData* frame);
-    void releaseWorkArrays();
     void resetFrameTimes();
     void addFrameTime(double microseconds);
     bool captureImage(KS_IMG* image);

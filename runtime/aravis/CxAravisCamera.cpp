@@ -7,10 +7,7 @@
 
 namespace {
 
-constexpr int kFormatSensor = 0;
-constexpr int kFormatTransportData = 7; // the counter pattern, as the simulated camera names it
-constexpr int kCounterPattern = 11;
-constexpr int kResetOnAcquisitionStart = 19;
+constexpr int kFormatSensor = 0; // the camera's own pixel format
 constexpr int kBuffersBeyondQueue = 8; // in flight in Aravis while the queue is full
 constexpr guint64 kPumpPollUs = 50000; // how soon the pump sees a stop; nothing else wakes a pop
 const char* const kNoPattern = "This camera cannot send the link-time counter pattern; use Standard Sensor "
@@ -237,7 +234,7 @@ QList<CxCameraParam::SxEnumItem> CxAravisCamera::enumItems(const QString& name) 
     if (name == QLatin1String("imgdataformat")) {
         QList<CxCameraParam::SxEnumItem> items{{QStringLiteral("Sensor data"), kFormatSensor}};
         if (m_profile)
-            items.append({QStringLiteral("Transport data"), kFormatTransportData});
+            items.append({QStringLiteral("Transport data"), KS_FRM_TRANSPORT_DATA});
         return items;
     }
     if (name == QLatin1String("buffer_policy"))
@@ -320,7 +317,7 @@ int CxAravisCamera::readParam(const QString& name, int& value)
 // payload at its frame rate; unit 1 register 55 is a plain register the host may write.
 int CxAravisCamera::deviceRegister(int& value)
 {
-    if (m_unitSelector == 8 && m_registerSelector == 4096) {
+    if (m_unitSelector == KS_DEV_UNIT_SENSOR && m_registerSelector == KS_DEV_REG_SENSOR_DATA_RATE) {
         GError* error = nullptr;
         const double payload = double(arv_camera_get_payload(m_camera, &error));
         const double rate = error ? 0.0 : arv_camera_get_frame_rate(m_camera, &error);
@@ -329,7 +326,7 @@ int CxAravisCamera::deviceRegister(int& value)
         value = int(payload * rate / 1e6 + 0.5);
         return KS_OK;
     }
-    if (m_unitSelector == 1 && m_registerSelector == 55) {
+    if (m_unitSelector == KS_DEV_UNIT_LINK && m_registerSelector == KS_DEV_REG_LINK_MODE) {
         value = m_userRegister;
         return KS_OK;
     }
@@ -454,46 +451,46 @@ int CxAravisCamera::writeParam(const QString& name, int value, bool dryRun)
         return KS_OK;
     }
     if (name == QLatin1String("imgdataformat")) {
-        if (value != kFormatSensor && value != kFormatTransportData)
+        if (value != kFormatSensor && value != KS_FRM_TRANSPORT_DATA)
             return KS_ERR_OUT_OF_RANGE;
         if (locked)
             return KS_ERR_LOCKED_WHILE_ACQUIRING;
-        if (value == kFormatTransportData && !m_profile)
+        if (value == KS_FRM_TRANSPORT_DATA && !m_profile)
             return dryRun ? int(KS_ERR_OUT_OF_RANGE)
                           : refuse(KS_ERR_OUT_OF_RANGE, QString::fromLatin1(kNoPattern));
         if (value == m_imageFormat)
             return KS_OK;
-        const int error = switchEntry("PixelFormat", value == kFormatTransportData, m_profile->pixelFormat,
+        const int error = switchEntry("PixelFormat", value == KS_FRM_TRANSPORT_DATA, m_profile->pixelFormat,
                                       &m_formatBefore, dryRun);
         if (error == KS_OK && !dryRun)
             m_imageFormat = value;
         return error;
     }
     if (name == QLatin1String("test_pattern")) {
-        if (value != 0 && value != kCounterPattern)
+        if (value != 0 && value != KS_TESTPAT_DEVICE_SPEC_COUNTER)
             return KS_ERR_OUT_OF_RANGE;
-        if (value == kCounterPattern && !m_profile)
+        if (value == KS_TESTPAT_DEVICE_SPEC_COUNTER && !m_profile)
             return dryRun ? int(KS_ERR_OUT_OF_RANGE)
                           : refuse(KS_ERR_OUT_OF_RANGE, QString::fromLatin1(kNoPattern));
         if (value == m_testPattern)
             return KS_OK;
         if (!hasFeature("TestPattern"))
             return KS_ERR_UNKNOWN_PARAMETER;
-        const int error = switchEntry("TestPattern", value == kCounterPattern, m_profile->testPattern,
+        const int error = switchEntry("TestPattern", value == KS_TESTPAT_DEVICE_SPEC_COUNTER, m_profile->testPattern,
                                       &m_patternBefore, dryRun);
         if (error == KS_OK && !dryRun)
             m_testPattern = value;
         return error;
     }
     if (name == QLatin1String("test_pattern_generator_selector")) {
-        if (value != 0 && value != 1)
+        if (value != 0 && value != KS_TESTPAT_GEN_FPGA)
             return KS_ERR_OUT_OF_RANGE;
         if (value == m_patternSelector || !m_profile || m_profile->selectorFeature.isEmpty()) {
             if (!dryRun)
                 m_patternSelector = value;
             return KS_OK;
         }
-        const int error = switchEntry(m_profile->selectorFeature.toLatin1().constData(), value == 1,
+        const int error = switchEntry(m_profile->selectorFeature.toLatin1().constData(), value == KS_TESTPAT_GEN_FPGA,
                                       m_profile->selectorEntry, &m_selectorBefore, dryRun);
         if (error == KS_OK && !dryRun)
             m_patternSelector = value;
@@ -509,9 +506,9 @@ int CxAravisCamera::writeParam(const QString& name, int value, bool dryRun)
         return KS_OK;
     }
     if (name == QLatin1String("device_unit_register_value")) {
-        if (m_unitSelector == 8 && m_registerSelector == 4096)
+        if (m_unitSelector == KS_DEV_UNIT_SENSOR && m_registerSelector == KS_DEV_REG_SENSOR_DATA_RATE)
             return KS_ERR_READ_ONLY;
-        if (m_unitSelector != 1 || m_registerSelector != 55)
+        if (m_unitSelector != KS_DEV_UNIT_LINK || m_registerSelector != KS_DEV_REG_LINK_MODE)
             return KS_ERR_OUT_OF_RANGE;
         if (!dryRun)
             m_userRegister = value;
@@ -548,7 +545,7 @@ int CxAravisCamera::startAcquisition()
     GError* error = nullptr;
     QString message;
     m_rebase = false;
-    if (m_tsResetMode == 0 && m_tsResetSource == kResetOnAcquisitionStart) {
+    if (m_tsResetMode == KS_TS_RST_MODE_ON_SOURCE && m_tsResetSource == KS_TS_RST_SOURCE_ACQUISITION_START) {
         if (m_timestampReset) {
             arv_camera_execute_command(m_camera, m_timestampCommand.toLatin1().constData(), &error);
             m_rebase = consume(error) != KS_OK;
@@ -573,7 +570,7 @@ int CxAravisCamera::startAcquisition()
         g_clear_object(&m_stream);
         return refuse(KS_ERR_DEVICE, QStringLiteral("no payload size: %1").arg(message));
     }
-    m_unsafePolicy = m_bufferPolicy == 0;
+    m_unsafePolicy = m_bufferPolicy == KS_BP_UNSAFE;
     for (int i = 0; i < m_queueDepth + kBuffersBeyondQueue; ++i)
         arv_stream_push_buffer(m_stream, arv_buffer_new(payload, nullptr));
     arv_camera_set_acquisition_mode(m_camera, ARV_ACQUISITION_MODE_CONTINUOUS, &error);
@@ -584,7 +581,7 @@ int CxAravisCamera::startAcquisition()
         g_clear_object(&m_stream);
         return refuse(KS_ERR_REFUSED, QStringLiteral("the camera did not start: %1").arg(message));
     }
-    m_patternRun = m_imageFormat == kFormatTransportData && m_testPattern == kCounterPattern;
+    m_patternRun = m_imageFormat == KS_FRM_TRANSPORT_DATA && m_testPattern == KS_TESTPAT_DEVICE_SPEC_COUNTER;
     m_transferred = 0;
     m_failed = 0;
     m_apiSkipped = 0;
@@ -760,7 +757,7 @@ int CxAravisCamera::getImage(unsigned int timeoutMs, KS_IMG* image, bool release
     image->frameNumber = unwrapFrameId(arv_buffer_get_frame_id(buffer));
     image->timestampSec = quint32(us / 1000000);
     image->timestampUsec = quint32(us % 1000000);
-    image->dataFormat = quint32(m_patternRun ? kFormatTransportData : kFormatSensor);
+    image->dataFormat = quint32(m_patternRun ? KS_FRM_TRANSPORT_DATA : kFormatSensor);
     image->bytesPerPixel = std::max(1u, quint32(ARV_PIXEL_FORMAT_BIT_PER_PIXEL(format)) / 8u);
     image->flags = m_patternRun ? KS_IMG_FLAG_TEST_PATTERN : 0;
     image->transferTicks = 0; // the link time is in the pattern, not known to the stream

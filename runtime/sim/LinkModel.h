@@ -27,7 +27,6 @@ public:
     double send(quint64 words, quint64* out);
     // Rate without jitter or stalls at `ticks`: the base rate or a dip's rate.
     double nominalRateAt(double ticks) const;
-    double baseRate() const { return m_config.rateMBps; }
 
 private:
     double nextStallDistance();

@@ -50,18 +50,24 @@ CxParameterModel::CxParameterModel(const CxSimCameraConfig& config)
     if (config.dataProcessing) {
         // Power-on selection points at the frame-buffer process, so that selecting the
         // parameter alone reads the buffer size.
-        add("dp_unit_selector", 1, 0, 3);
-        add("dp_proc_selector", 5, 0, 7);
+        add("dp_unit_selector", KS_DP_UNIT_FPGA, 0, 3);
+        add("dp_proc_selector", KS_DP_PROC_FRAME_BUFFER, 0, 7);
         add("dp_param_selector", 0, 0, 15);
         add("dp_param_value", 0, INT_MIN, INT_MAX);
-        m_dataProcessing.insert(key3(1, 5, 0), {1, false, {0, 1}});   // frame buffer enable
-        m_dataProcessing.insert(key3(1, 5, 6), {10, false, {9, 10}}); // frame-buffer mode
-        m_dataProcessing.insert(key3(1, 5, 7), {config.bufferSize, true, {}});
+        const int unit = KS_DP_UNIT_FPGA;
+        const int frameBuffer = KS_DP_PROC_FRAME_BUFFER;
+        m_dataProcessing.insert(key3(unit, frameBuffer, 0), {1, false, {0, 1}}); // frame buffer enable
+        m_dataProcessing.insert(key3(unit, frameBuffer, KS_DP_PARAM_FRAMEBUF_MODE),
+                                {KS_DP_PARAM_VALUE_FRAMEBUF_MODE_ENABLED,
+                                 false,
+                                 {KS_DP_PARAM_VALUE_FRAMEBUF_MODE_DISABLED, KS_DP_PARAM_VALUE_FRAMEBUF_MODE_ENABLED}});
+        m_dataProcessing.insert(key3(unit, frameBuffer, KS_DP_PARAM_FRAMEBUF_SIZE), {config.bufferSize, true, {}});
         m_dataProcessing.insert(key3(1, 2, 0), {0, false, {0, 1}}); // defect pixel correction
     }
     m_registers.insert(key3(0, 0, 0), {0x030801, true, {}}); // firmware version
-    m_registers.insert(key3(1, 55, 0), {1, false, {}});
-    m_registers.insert(key3(8, 4096, 0), {qRound(config.sensor.dataRateMBps), true, {}});
+    m_registers.insert(key3(KS_DEV_UNIT_LINK, KS_DEV_REG_LINK_MODE, 0), {KS_DEV_REG_LINK_MODE_NORMAL, false, {}});
+    m_registers.insert(key3(KS_DEV_UNIT_SENSOR, KS_DEV_REG_SENSOR_DATA_RATE, 0),
+                       {qRound(config.sensor.dataRateMBps), true, {}});
     for (int selector : config.supportedCounters)
         if (selector >= 0 && selector < 6)
             m_supported[selector] = true;

@@ -13,8 +13,6 @@
 class CxParameterModel
 {
 public:
-    static constexpr int kTransportDataFormat = 7;
-
     explicit CxParameterModel(const CxSimCameraConfig& config);
 
     // Writes the configured power-on values; false and a message for unknown names or

@@ -17,7 +17,6 @@
 namespace {
 
 constexpr double kTicksPerUs = CxLinkModel::kTicksPerUs;
-constexpr int kTimestampResetSource = 19; // "acquisition start" among the reset sources
 
 // A frame on its way to the host: when its first word left the camera (its time stamp)
 // and when its last word arrived.
@@ -124,9 +123,9 @@ void CxSimCamera::Private::startRun()
     width = params.value("width");
     height = params.value("height");
     format = params.value("imgdataformat");
-    pattern = format == CxParameterModel::kTransportDataFormat &&
-              params.value("test_pattern_generator_selector") == 1 && params.value("test_pattern") == 11;
-    unsafePolicy = params.value("buffer_policy") == 0;
+    pattern = format == KS_FRM_TRANSPORT_DATA && params.value("test_pattern_generator_selector") == KS_TESTPAT_GEN_FPGA &&
+              params.value("test_pattern") == KS_TESTPAT_DEVICE_SPEC_COUNTER;
+    unsafePolicy = params.value("buffer_policy") == KS_BP_UNSAFE;
     frameBytes = quint64(width) * quint64(height) * quint64(CxParameterModel::bytesPerPixel(format));
     frameWords = (frameBytes + 7) / 8;
     sensorPeriod = double(quint64(width) * quint64(height) * 2) / config.sensor.dataRateMBps * kTicksPerUs;
@@ -134,7 +133,8 @@ void CxSimCamera::Private::startRun()
     nominalFrame = pattern ? linkFrame : std::max(linkFrame, sensorPeriod);
 
     const bool resetClock =
-        params.value("ts_rst_mode") == 0 && params.value("ts_rst_source") == kTimestampResetSource;
+        params.value("ts_rst_mode") == KS_TS_RST_MODE_ON_SOURCE &&
+        params.value("ts_rst_source") == KS_TS_RST_SOURCE_ACQUISITION_START;
     if (pacing == ExPacing::RealTime && !resetClock)
         idleClock = config.uptimeSeconds * 1e6 * kTicksPerUs + double(sinceOpen.nsecsElapsed()) / 4.0;
     acqStart = resetClock ? 0.0 : idleClock;

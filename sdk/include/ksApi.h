@@ -61,6 +61,42 @@ enum KS_COUNTER_SELECTOR
     KS_CNT_BUFFER_OVERFLOW = 5,
 };
 
+// Values of the camera parameters that the throughput measurement sets and puts back.
+enum KS_PARAM_VALUE
+{
+    KS_BP_UNSAFE = 0,          // "buffer_policy": frames the host has no room for are dropped
+    KS_BP_SAFE = 1,            // "buffer_policy": the link waits for the host
+    KS_FRM_TRANSPORT_DATA = 7, // "imgdataformat": raw transport data
+    KS_TESTPAT_GEN_FPGA = 1,   // "test_pattern_generator_selector": the link unit's generator
+    KS_TESTPAT_DEVICE_SPEC_COUNTER = 11, // "test_pattern": every word the link-time counter
+    KS_TS_RST_MODE_ON_SOURCE = 0,        // "ts_rst_mode": reset by the source below
+    KS_TS_RST_SOURCE_ACQUISITION_START = 19, // "ts_rst_source"
+};
+
+// Data-processing cells, addressed by "dp_unit_selector", "dp_proc_selector" and
+// "dp_param_selector" and read or written through "dp_param_value".
+enum KS_DP_CELL
+{
+    KS_DP_UNIT_FPGA = 1,
+    KS_DP_PROC_FRAME_BUFFER = 5,
+    KS_DP_PARAM_FRAMEBUF_MODE = 6, // values below
+    KS_DP_PARAM_FRAMEBUF_SIZE = 7, // bytes, read-only
+    KS_DP_PARAM_VALUE_FRAMEBUF_MODE_DISABLED = 9,
+    KS_DP_PARAM_VALUE_FRAMEBUF_MODE_ENABLED = 10,
+};
+
+// Device registers, addressed by "device_unit_selector" and "device_unit_register_selector"
+// and read or written through "device_unit_register_value".
+enum KS_DEVICE_REGISTER
+{
+    KS_DEV_UNIT_SENSOR = 8,
+    KS_DEV_REG_SENSOR_DATA_RATE = 4096, // MB/s, read-only
+    KS_DEV_UNIT_LINK = 1,
+    KS_DEV_REG_LINK_MODE = 55,
+    KS_DEV_REG_LINK_MODE_MEASURE = 25000, // what a throughput run writes
+    KS_DEV_REG_LINK_MODE_NORMAL = 1,      // what its restore writes back
+};
+
 // Written to the optional error-code output of the calls below.
 enum KS_ERROR
 {
