@@ -18,8 +18,10 @@ enum : int
     colLink,
     colState,
 };
-const char* const kLevelNames[] = {"0 - Basic", "1 - Standard", "2 - Advanced", "3 - Expert",
-                                   "4 - Developer"};
+const char* const kLevelNames[] = {
+    QT_TRANSLATE_NOOP("CxMainWindow", "0 - Basic"), QT_TRANSLATE_NOOP("CxMainWindow", "1 - Standard"),
+    QT_TRANSLATE_NOOP("CxMainWindow", "2 - Advanced"), QT_TRANSLATE_NOOP("CxMainWindow", "3 - Expert"),
+    QT_TRANSLATE_NOOP("CxMainWindow", "4 - Developer")};
 
 // The high byte of each pixel as an 8-bit grey image; enough for a glance at the stream.
 QImage toGrey(const KS_IMG& image)

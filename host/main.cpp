@@ -16,11 +16,13 @@
 #include <QCommandLineParser>
 #include <QDateTime>
 #include <QDir>
+#include <QLocale>
 #include <QPalette>
 #include <QPointer>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QStyleFactory>
+#include <QTranslator>
 #include <cstdio>
 
 namespace {
@@ -34,6 +36,7 @@ struct SxHostOptions
     bool acquisition = false;
     QString outDir;
     QString pluginDir;
+    QString language; // empty: the user's locale
 };
 
 bool hasDisplay()
@@ -77,7 +80,11 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
     const QCommandLineOption plugins(QStringLiteral("plugins"),
                                      QStringLiteral("Plug-in folder (default: plugins next to the program)."),
                                      QStringLiteral("DIR"));
-    parser.addOptions({help, cameras, camera, headless, duration, mode, out, plugins});
+    const QCommandLineOption language(
+        QStringLiteral("language"),
+        QStringLiteral("Language of the window and its panels, such as de or en (default: the user's)."),
+        QStringLiteral("LANG"));
+    parser.addOptions({help, cameras, camera, headless, duration, mode, out, plugins, language});
     if (!parser.parse(arguments)) {
         fprintf(stderr, "lumorix-sim: %s\nTry --help.\n", qPrintable(parser.errorText()));
         return 2;
@@ -110,6 +117,12 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
     options->headless = parser.isSet(headless) || !hasDisplay();
     options->outDir = parser.value(out);
     options->pluginDir = parser.value(plugins);
+    options->language = parser.value(language);
+    if (parser.isSet(language) && QLocale(options->language).language() == QLocale::C) {
+        fprintf(stderr, "lumorix-sim: --language: '%s' is not a language such as de or en\n",
+                qPrintable(options->language));
+        return 2;
+    }
     return -1;
 }
 
@@ -173,6 +186,12 @@ int main(int argc, char* argv[])
     QApplication::setOrganizationName(QStringLiteral("Quorvane"));
     QApplication::setApplicationName(QStringLiteral("lumorix-sim"));
     applyDarkTheme(app);
+    // The plug-ins take their language from the default locale as they start.
+    if (!options.language.isEmpty())
+        QLocale::setDefault(QLocale(options.language));
+    QTranslator translator;
+    if (translator.load(QLocale(), QStringLiteral("lumorix-sim"), QStringLiteral("_"), QStringLiteral(":/i18n")))
+        QApplication::installTranslator(&translator);
 
     if (!options.camerasFile.isEmpty()) {
         QString error;

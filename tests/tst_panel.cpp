@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QProgressDialog>
+#include <QScopeGuard>
+#include <QSettings>
 #include <atomic>
 #include <thread>
 #include <QHeaderView>
@@ -109,6 +111,7 @@ private slots:
 
     void rowsCellsAndPlotsFollowTheHost();
     void acquisitionLayoutShowsFormatAndCounters();
+    void throughputRunFillsStatisticsAndSeries_data();
     void throughputRunFillsStatisticsAndSeries();
     void startAllRollsBackWhenACameraFails();
     void plotsFollowTheirBoxesAndMoveTogether();
@@ -258,8 +261,20 @@ void TestPanel::acquisitionLayoutShowsFormatAndCounters()
     QCOMPARE(form.GetCameraPlot(hCam)->axis(QCPAxis::atLeft)->range().lower, -0.8);
 }
 
+void TestPanel::throughputRunFillsStatisticsAndSeries_data()
+{
+    QTest::addColumn<QLocale>("language");
+    QTest::newRow("English") << QLocale(QLocale::English);
+    // Translated texts, and the series still keyed by their untranslated names.
+    QTest::newRow("German") << QLocale(QLocale::German);
+}
+
 void TestPanel::throughputRunFillsStatisticsAndSeries()
 {
+    QFETCH(QLocale, language);
+    QCOMPARE(CxDataGraphForm::installTranslation(language), language.language() == QLocale::German);
+    auto english = qScopeGuard([] { CxDataGraphForm::installTranslation(QLocale(QLocale::English)); });
+    auto text = [](const char* source) { return QCoreApplication::translate("CxDataGraphForm", source); };
     const KSCORE_HANDLE hCam = openSmall("tp", 400.0);
     const QMap<QString, int> before = parameterSnapshot(hCam);
     CxDataGraphForm form;
@@ -268,7 +283,7 @@ void TestPanel::throughputRunFillsStatisticsAndSeries()
 
     measure->click();
     QCOMPARE(measure->text(), QStringLiteral("Stop"));
-    QCOMPARE(cellText(&form, 0, Tp::colStatus), QStringLiteral("Testing"));
+    QCOMPARE(cellText(&form, 0, Tp::colStatus), text("Testing"));
     QVERIFY(!recorder()->isCameraControlEnabled(hCam));
     QVERIFY(!child<QWidget>(&form, "btnSetup")->isEnabled());
     QVERIFY(!buttonAt(&form, 0, Tp::colExportData)->isEnabled());
@@ -301,11 +316,21 @@ void TestPanel::throughputRunFillsStatisticsAndSeries()
     QMetaObject::invokeMethod(&form, "updateGraph");
     QCOMPARE(graphNames(&form), QStringList({"Min throughput"}));
 
-    QCOMPARE(cellText(&form, 0, Tp::colStatus), QStringLiteral("Stopped"));
+    QCOMPARE(cellText(&form, 0, Tp::colStatus), text("Stopped"));
+    QCOMPARE(child<QTableWidget>(&form, "tablePlotCheck")->item(1, 1)->text(), text("Max buffer level"));
     QVERIFY(recorder()->isCameraControlEnabled(hCam));
     QVERIFY(child<QWidget>(&form, "btnSetup")->isEnabled());
     QCOMPARE(changedBeyond(before, hCam), QStringList());
     QVERIFY(form.findChildren<QMessageBox*>().isEmpty());
+    // The settings come back as they were saved, whatever the language.
+    QTemporaryDir dir;
+    QSettings settings(dir.filePath(QStringLiteral("s.ini")), QSettings::IniFormat);
+    form.samplePeriod = 2048;
+    form.saveSettings(&settings);
+    CxDataGraphForm again;
+    again.loadSettings(&settings);
+    QCOMPARE(again.samplePeriod, 2048);
+    QCOMPARE(again.maxSamples, form.maxSamples);
 }
 
 void TestPanel::startAllRollsBackWhenACameraFails()

@@ -16,6 +16,7 @@
 #include <QIntValidator>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QTranslator>
 #include <QPushButton>
 #include <QSettings>
 #include <QStyle>
@@ -180,6 +181,16 @@ CxDataGraphForm::CxDataGraphForm(QWidget* parent) : QWidget(parent), ui(new Ui_C
     timeAxisUpper = 0.0;
     timeAxisLower = -20.0;
     timeAxisReference = currentTimeOfDayUs();
+}
+
+bool CxDataGraphForm::installTranslation(const QLocale& locale)
+{
+    static QTranslator translator;
+    QCoreApplication::removeTranslator(&translator);
+    if (!translator.load(locale, QStringLiteral("kspDataThroughputGraph"), QStringLiteral("_"),
+                         QStringLiteral(":/i18n")))
+        return false;
+    return QCoreApplication::installTranslator(&translator);
 }
 
 CxDataGraphForm::~CxDataGraphForm()
@@ -354,6 +365,7 @@ void CxDataGraphForm::AddPlotTableItem(int row, QString name, QString toolTip, Q
     auto* check = new QCheckBox(cell);
     check->setChecked(true);
     check->setMaximumWidth(check->sizeHint().width());
+    // The series ask for their check box by the untranslated name; only the text is translated.
     check->setProperty("plotName", name);
     layout->addWidget(check);
     layout->setAlignment(Qt::AlignCenter);
@@ -361,7 +373,7 @@ void CxDataGraphForm::AddPlotTableItem(int row, QString name, QString toolTip, Q
     ui->tablePlotCheck->setCellWidget(row, 0, cell);
     plotCheckBoxes.append(check);
 
-    QTableWidgetItem* item = centredItem(name);
+    QTableWidgetItem* item = centredItem(tr(name.toUtf8().constData()));
     item->setForeground(QBrush(color, Qt::SolidPattern));
     item->setToolTip(toolTip);
     ui->tablePlotCheck->setItem(row, 1, item);
@@ -462,7 +474,7 @@ void CxDataGraphForm::AddTableItemsThrougput()
         const QVariant tag = handleVariant(hCam);
 
         QTableWidgetItem* nameItem = createNameItem(line);
-        QPushButton* measure = createRowButton(tr("Start"), tag, SLOT(onBtnMeasure()));
+        QPushButton* measure = createRowButton(QStringLiteral("Start"), tag, SLOT(onBtnMeasure()));
         QPushButton* exportButton = createRowButton(tr("Export Data..."), tag, SLOT(onBtnCamExportData()));
 
         auto* transportCell = new QWidget;
@@ -526,8 +538,9 @@ void CxDataGraphForm::AddTableItemsThrougput()
     }
 
     prepareLegend(2);
-    AddPlotTableItem(0, tr(kMinThroughput), tr("Minimum data rate in whole data set"), kMinThroughputColor);
-    AddPlotTableItem(1, tr(kMaxBufferLevel), tr("Internal camera buffer fill percentage"), kBufferLevelColor);
+    AddPlotTableItem(0, QLatin1String(kMinThroughput), tr("Minimum data rate in whole data set"), kMinThroughputColor);
+    AddPlotTableItem(1, QLatin1String(kMaxBufferLevel), tr("Internal camera buffer fill percentage"),
+                     kBufferLevelColor);
     finishLegend();
 }
 
@@ -609,7 +622,7 @@ void CxDataGraphForm::AddTableItemsAcquisition()
         QT_TR_NOOP("Frame buffer full counter"),
     };
     for (int i = 0; i < 5; ++i)
-        AddPlotTableItem(i, tr(kCounterSeries[i].name), tr(toolTips[i]), kCounterSeries[i].color);
+        AddPlotTableItem(i, QLatin1String(kCounterSeries[i].name), tr(toolTips[i]), kCounterSeries[i].color);
     finishLegend();
 }
 

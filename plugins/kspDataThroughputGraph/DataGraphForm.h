@@ -14,6 +14,7 @@
 #include <QCheckBox>
 #include <QColor>
 #include <QList>
+#include <QLocale>
 #include <QMap>
 #include <QMetaType>
 #include <QMutex>
@@ -103,6 +104,10 @@ public:
     double timeAxisUpper = 0.0;
     qint64 timeAxisReference = 0;
     QMutex graphMutex;
+
+    // Installs the panel's translation for the locale (a language the panel has none of
+    // keeps its English texts); false when there is none.
+    static bool installTranslation(const QLocale& locale);
 
 public slots:
     void updateCameraList();

@@ -4,6 +4,7 @@
 #include "IxAppDelegate.h"
 #include "ksApi.h"
 
+#include <QLocale>
 #include <QSettings>
 
 CxDataThroughputGraphPlugin* g_pPlugin = nullptr;
@@ -15,6 +16,8 @@ const char* const kSettingsGroup = "DataThroughputGraphPlugin";
 bool CxDataThroughputGraphPlugin::init()
 {
     g_pPlugin = this;
+    // The host's language, which it sets as the default locale.
+    CxDataGraphForm::installTranslation(QLocale());
     IxAppDelegate* delegate = IxAppDelegate::instance();
     auto* panel = new CxDataGraphForm(nullptr);
     m_panel = panel;
