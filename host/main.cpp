@@ -190,7 +190,8 @@ int main(int argc, char* argv[])
     if (!options.language.isEmpty())
         QLocale::setDefault(QLocale(options.language));
     QTranslator translator;
-    if (translator.load(QLocale(), QStringLiteral("lumorix-sim"), QStringLiteral("_"), QStringLiteral(":/i18n")))
+    if (translator.load(QLocale(), QStringLiteral("lumorix-sim"), QStringLiteral("_"),
+                        QStringLiteral(":/i18n")))
         QApplication::installTranslator(&translator);
 
     if (!options.camerasFile.isEmpty()) {

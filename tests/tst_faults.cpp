@@ -9,8 +9,8 @@
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QTemporaryDir>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QtTest>
 #include <memory>
 #include <qcustomplot.h>
@@ -188,7 +188,8 @@ void TestFaults::runFaults()
         static const QRegularExpression more(QStringLiteral("\\((\\d+) more times\\)"));
         for (const QString& message : log.messages()) {
             const QRegularExpressionMatch match = more.match(message);
-            counted += match.hasMatch() ? match.captured(1).toInt() : (message.contains("ksApi_GetImage") ? 1 : 0);
+            counted +=
+                match.hasMatch() ? match.captured(1).toInt() : (message.contains("ksApi_GetImage") ? 1 : 0);
         }
         QCOMPARE(counted, failed);
     }

@@ -8,20 +8,19 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFileDialog>
-#include <QProgressDialog>
-#include <QScopeGuard>
-#include <QSettings>
-#include <atomic>
-#include <thread>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QProgressDialog>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QSpinBox>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <atomic>
 #include <memory>
+#include <thread>
 
 using namespace enginetest;
 using namespace paneltest;
@@ -572,9 +571,9 @@ void TestPanel::graphImageAndCsvExport()
 void TestPanel::eventsDuringAnExportNeverLockThePanel_data()
 {
     QTest::addColumn<QString>("event");
-    for (const char* event : {"acquisitionFinished", "acquisitionStarted", "imageFormatChanged",
-                              "other imageFormatChanged", "open another", "close", "row Stop", "Start All",
-                              "refresh"})
+    for (const char* event :
+         {"acquisitionFinished", "acquisitionStarted", "imageFormatChanged", "other imageFormatChanged",
+          "open another", "close", "row Stop", "Start All", "refresh"})
         QTest::newRow(event) << QString::fromLatin1(event);
 }
 
@@ -621,8 +620,9 @@ void TestPanel::eventsDuringAnExportNeverLockThePanel()
             return false;
         if (event == QLatin1String("acquisitionFinished") || event == QLatin1String("acquisitionStarted") ||
             event.endsWith(QLatin1String("imageFormatChanged")))
-            QMetaObject::invokeMethod(manager, qPrintable(event.section(' ', -1)),
-                                      Q_ARG(KSCORE_HANDLE, event.startsWith(QLatin1String("other")) ? other : hCam));
+            QMetaObject::invokeMethod(
+                manager, qPrintable(event.section(' ', -1)),
+                Q_ARG(KSCORE_HANDLE, event.startsWith(QLatin1String("other")) ? other : hCam));
         else if (event == QLatin1String("open another"))
             openSmall("third");
         else if (event == QLatin1String("close"))

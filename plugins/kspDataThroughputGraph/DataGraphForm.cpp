@@ -213,6 +213,7 @@ void CxDataGraphForm::GetTimeAxisRange(qint64* from, qint64* to)
 void CxDataGraphForm::updateCameraList()
 {
     ui->table->clearContents();
+    m_records.clear();
     plotCheckBoxes.clear();
     ui->tablePlotCheck->clearContents();
     ui->tablePlotCheck->horizontalHeader()->hide();
@@ -257,13 +258,8 @@ void CxDataGraphForm::fitTableHeight()
 
 int CxDataGraphForm::findCameraRow(KSCORE_HANDLE hCam) const
 {
-    const qulonglong wanted = handleVariant(hCam).toULongLong();
-    for (int row = 0; row < ui->table->rowCount(); ++row) {
-        const QTableWidgetItem* item = ui->table->item(row, 0);
-        if (item && item->data(Qt::UserRole).toULongLong() == wanted)
-            return row;
-    }
-    return -1;
+    const QTableWidgetItem* item = m_records.value(hCam).nameItem;
+    return item ? ui->table->row(item) : -1;
 }
 
 void CxDataGraphForm::updateCameraListRow(KSCORE_HANDLE hCam)
@@ -324,6 +320,7 @@ void CxDataGraphForm::removeCameraListRow(KSCORE_HANDLE hCam)
         return;
     const int row = findCameraRow(hCam);
     releaseCameraLine(hCam);
+    m_records.remove(hCam);
     if (row >= 0)
         ui->table->removeRow(row);
 }
@@ -519,6 +516,15 @@ void CxDataGraphForm::AddTableItemsThrougput()
         connect(axisEdits[0], SIGNAL(textChanged(QString)), this, SLOT(onEditVertScaleMinChanged(QString)));
         connect(axisEdits[1], SIGNAL(textChanged(QString)), this, SLOT(onEditVertScaleMaxChanged(QString)));
 
+        SxCameraRecord& record = m_records[hCam];
+        record.nameItem = nameItem;
+        record.measureButton = measure;
+        record.exportButton = exportButton;
+        record.autoTransport = autoTransport;
+        record.transportEdit = transportEdit;
+        record.autoAxis = autoAxis;
+        record.axisMin = axisEdits[0];
+        record.axisMax = axisEdits[1];
         ui->table->setItem(row, colCamera, nameItem);
         ui->table->setItem(row, colStatus, centredItem());
         ui->table->setCellWidget(row, colMeasure, measure);
@@ -595,6 +601,10 @@ void CxDataGraphForm::AddTableItemsAcquisition()
 
         QWidget* graphCell = createGraphCell(tag);
 
+        SxCameraRecord& record = m_records[hCam];
+        record.nameItem = nameItem;
+        record.measureButton = measure;
+        record.formatCombo = format;
         ui->table->setItem(row, colCamera, nameItem);
         ui->table->setItem(row, colStatus, centredItem());
         ui->table->setCellWidget(row, colDataFormat, format);
@@ -687,6 +697,8 @@ void CxDataGraphForm::clearPlotLayout()
     // Graphs go with the rectangles whose axes they draw on; the next update adds them again.
     ui->plot->clearGraphs();
     ui->plot->plotLayout()->clear();
+    for (SxCameraRecord& record : m_records)
+        record.plot = nullptr;
 }
 
 void CxDataGraphForm::ConfigurePlotAxis(QCPAxisRect* rect, QCPAxis::AxisType type, double lower, double upper,
@@ -723,6 +735,7 @@ QCPAxisRect* CxDataGraphForm::addCameraPlot(void* hCam, unsigned int row, const 
     titleElement->setTextColor(QColor(255, 255, 255));
     ui->plot->plotLayout()->addElement(int(row), 0, titleElement);
     rect->setProperty("hCam", handleVariant(hCam));
+    m_records[hCam].plot = rect;
     rect->setRangeZoom(Qt::Horizontal);
     ConfigurePlotAxis(rect, QCPAxis::atBottom, timeAxisLower, timeAxisUpper, QString());
     return rect;
@@ -754,12 +767,7 @@ double CxDataGraphForm::linkAverageOf(qulonglong hCam)
 
 QCPAxisRect* CxDataGraphForm::GetCameraPlot(void* hCam)
 {
-    const qulonglong wanted = handleVariant(hCam).toULongLong();
-    const QList<QCPAxisRect*> rects = ui->plot->axisRects();
-    for (QCPAxisRect* rect : rects)
-        if (rect->property("hCam").toULongLong() == wanted)
-            return rect;
-    return nullptr;
+    return m_records.value(hCam).plot;
 }
 
 bool CxDataGraphForm::IsPlotEnabled(QString name)
@@ -835,19 +843,13 @@ QCPGraph* CxDataGraphForm::AddStandardAcqPlot(void* hCam, QString name, KS_COUNT
 bool CxDataGraphForm::findVertAxisControls(KSCORE_HANDLE hCam, QCheckBox** check, QLineEdit** minEdit,
                                            QLineEdit** maxEdit)
 {
-    for (int row = 0; row < ui->table->rowCount(); ++row) {
-        QWidget* cell = ui->table->cellWidget(row, ThroughputColumn::colYAxisScaling);
-        auto* box = cellChild<QCheckBox>(cell, 0);
-        auto* lower = cellChild<QLineEdit>(cell, 1);
-        auto* upper = cellChild<QLineEdit>(cell, 2);
-        if (!box || !lower || !upper || !carriesHandle(box, hCam))
-            continue;
-        *check = box;
-        *minEdit = lower;
-        *maxEdit = upper;
-        return true;
-    }
-    return false;
+    const SxCameraRecord record = m_records.value(hCam);
+    if (!record.autoAxis || !record.axisMin || !record.axisMax)
+        return false;
+    *check = record.autoAxis;
+    *minEdit = record.axisMin;
+    *maxEdit = record.axisMax;
+    return true;
 }
 
 void CxDataGraphForm::UpdateVertAxisInformation(void* hCam, QCPAxisRect* rect)
@@ -1294,45 +1296,31 @@ void CxDataGraphForm::on_btnStartAll_clicked()
 
 void CxDataGraphForm::UpdateMeasureButtonText(void* hCam, QString text)
 {
-    int column = 0;
-    if (measureMode == MeasureModeDataThroughput) {
-        column = ThroughputColumn::colMeasure;
-    } else if (measureMode == MeasureModeStandardAcquisition) {
-        column = AcquisitionColumn::colMeasure;
-    } else {
+    if (measureMode != MeasureModeDataThroughput && measureMode != MeasureModeStandardAcquisition) {
         logForm(kLineUpdateMeasureButtonText, "CxDataGraphForm::UpdateMeasureButtonText",
                 QLatin1String(kUnknownMode));
         return;
     }
-    for (int row = 0; row < ui->table->rowCount(); ++row) {
-        auto* button = qobject_cast<QPushButton*>(ui->table->cellWidget(row, column));
-        if (button && carriesHandle(button, hCam)) {
-            button->setText(text);
-            return;
-        }
-    }
+    if (QPushButton* button = m_records.value(hCam).measureButton)
+        button->setText(text);
 }
 
 void CxDataGraphForm::DisableUiForMeasurement(void* hCam, bool disable)
 {
-    for (int row = 0; row < ui->table->rowCount(); ++row)
+    const int row = findCameraRow(hCam);
+    if (row >= 0 && m_records.value(hCam).exportButton)
         DisableTableWidget(row, ThroughputColumn::colExportData, hCam, disable);
     ui->btnSetup->setEnabled(!anyMeasurementRunning());
 }
 
 bool CxDataGraphForm::findTransportControls(KSCORE_HANDLE hCam, QCheckBox** check, QLineEdit** edit)
 {
-    for (int row = 0; row < ui->table->rowCount(); ++row) {
-        QWidget* cell = ui->table->cellWidget(row, ThroughputColumn::colRequiredThroughput);
-        auto* box = cellChild<QCheckBox>(cell, 0);
-        auto* lineEdit = cellChild<QLineEdit>(cell, 1);
-        if (!box || !lineEdit || !carriesHandle(lineEdit, hCam))
-            continue;
-        *check = box;
-        *edit = lineEdit;
-        return true;
-    }
-    return false;
+    const SxCameraRecord record = m_records.value(hCam);
+    if (!record.autoTransport || !record.transportEdit)
+        return false;
+    *check = record.autoTransport;
+    *edit = record.transportEdit;
+    return true;
 }
 
 void CxDataGraphForm::UpdateCameraAutoTransport(void* hCam)
@@ -1401,13 +1389,7 @@ void CxDataGraphForm::onComboboxFormatChangedExt(KSCORE_HANDLE hCam)
 {
     if (!cameraLines.contains(hCam) || measureMode != MeasureModeStandardAcquisition)
         return;
-    QComboBox* combo = nullptr;
-    for (int row = 0; row < ui->table->rowCount() && !combo; ++row) {
-        auto* candidate =
-            qobject_cast<QComboBox*>(ui->table->cellWidget(row, AcquisitionColumn::colDataFormat));
-        if (carriesHandle(candidate, hCam))
-            combo = candidate;
-    }
+    QComboBox* combo = m_records.value(hCam).formatCombo;
     CxCameraParameters* parameters = CxCameraManager::instance()->cameraParameters(hCam);
     CxCameraParam* param =
         parameters ? parameters->findParam(QStringLiteral("imgdataformat"), false) : nullptr;

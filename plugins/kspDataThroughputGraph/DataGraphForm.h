@@ -139,6 +139,23 @@ private slots:
     void on_plotChangeZoom(QCPRange range);
 
 private:
+    // What the form keeps of one camera's row and plot, so that finding them never scans the
+    // table or the plot layout. The row's widgets still carry "hCam" for the slots' sender().
+    struct SxCameraRecord
+    {
+        QTableWidgetItem* nameItem = nullptr; // the row's first item: its row is the camera's
+        QPushButton* measureButton = nullptr;
+        QPushButton* exportButton = nullptr; // throughput layout only
+        QComboBox* formatCombo = nullptr;    // acquisition layout only
+        QCheckBox* autoTransport = nullptr;  // throughput layout only, like the three below
+        QLineEdit* transportEdit = nullptr;
+        QCheckBox* autoAxis = nullptr;
+        QLineEdit* axisMin = nullptr;
+        QLineEdit* axisMax = nullptr;
+        QCPAxisRect* plot = nullptr; // while the camera has one
+    };
+    QMap<KSCORE_HANDLE, SxCameraRecord> m_records;
+
     // Rows and cells.
     void AddTableItemsThrougput();
     void AddTableItemsAcquisition();

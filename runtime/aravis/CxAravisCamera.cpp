@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int kFormatSensor = 0; // the camera's own pixel format
+constexpr int kFormatSensor = 0;       // the camera's own pixel format
 constexpr int kBuffersBeyondQueue = 8; // in flight in Aravis while the queue is full
 constexpr guint64 kPumpPollUs = 50000; // how soon the pump sees a stop; nothing else wakes a pop
 const char* const kNoPattern = "This camera cannot send the link-time counter pattern; use Standard Sensor "
@@ -476,8 +476,8 @@ int CxAravisCamera::writeParam(const QString& name, int value, bool dryRun)
             return KS_OK;
         if (!hasFeature("TestPattern"))
             return KS_ERR_UNKNOWN_PARAMETER;
-        const int error = switchEntry("TestPattern", value == KS_TESTPAT_DEVICE_SPEC_COUNTER, m_profile->testPattern,
-                                      &m_patternBefore, dryRun);
+        const int error = switchEntry("TestPattern", value == KS_TESTPAT_DEVICE_SPEC_COUNTER,
+                                      m_profile->testPattern, &m_patternBefore, dryRun);
         if (error == KS_OK && !dryRun)
             m_testPattern = value;
         return error;
@@ -490,8 +490,9 @@ int CxAravisCamera::writeParam(const QString& name, int value, bool dryRun)
                 m_patternSelector = value;
             return KS_OK;
         }
-        const int error = switchEntry(m_profile->selectorFeature.toLatin1().constData(), value == KS_TESTPAT_GEN_FPGA,
-                                      m_profile->selectorEntry, &m_selectorBefore, dryRun);
+        const int error =
+            switchEntry(m_profile->selectorFeature.toLatin1().constData(), value == KS_TESTPAT_GEN_FPGA,
+                        m_profile->selectorEntry, &m_selectorBefore, dryRun);
         if (error == KS_OK && !dryRun)
             m_patternSelector = value;
         return error;

@@ -57,15 +57,18 @@ CxParameterModel::CxParameterModel(const CxSimCameraConfig& config)
         const int unit = KS_DP_UNIT_FPGA;
         const int frameBuffer = KS_DP_PROC_FRAME_BUFFER;
         m_dataProcessing.insert(key3(unit, frameBuffer, 0), {1, false, {0, 1}}); // frame buffer enable
-        m_dataProcessing.insert(key3(unit, frameBuffer, KS_DP_PARAM_FRAMEBUF_MODE),
-                                {KS_DP_PARAM_VALUE_FRAMEBUF_MODE_ENABLED,
-                                 false,
-                                 {KS_DP_PARAM_VALUE_FRAMEBUF_MODE_DISABLED, KS_DP_PARAM_VALUE_FRAMEBUF_MODE_ENABLED}});
-        m_dataProcessing.insert(key3(unit, frameBuffer, KS_DP_PARAM_FRAMEBUF_SIZE), {config.bufferSize, true, {}});
+        m_dataProcessing.insert(
+            key3(unit, frameBuffer, KS_DP_PARAM_FRAMEBUF_MODE),
+            {KS_DP_PARAM_VALUE_FRAMEBUF_MODE_ENABLED,
+             false,
+             {KS_DP_PARAM_VALUE_FRAMEBUF_MODE_DISABLED, KS_DP_PARAM_VALUE_FRAMEBUF_MODE_ENABLED}});
+        m_dataProcessing.insert(key3(unit, frameBuffer, KS_DP_PARAM_FRAMEBUF_SIZE),
+                                {config.bufferSize, true, {}});
         m_dataProcessing.insert(key3(1, 2, 0), {0, false, {0, 1}}); // defect pixel correction
     }
     m_registers.insert(key3(0, 0, 0), {0x030801, true, {}}); // firmware version
-    m_registers.insert(key3(KS_DEV_UNIT_LINK, KS_DEV_REG_LINK_MODE, 0), {KS_DEV_REG_LINK_MODE_NORMAL, false, {}});
+    m_registers.insert(key3(KS_DEV_UNIT_LINK, KS_DEV_REG_LINK_MODE, 0),
+                       {KS_DEV_REG_LINK_MODE_NORMAL, false, {}});
     m_registers.insert(key3(KS_DEV_UNIT_SENSOR, KS_DEV_REG_SENSOR_DATA_RATE, 0),
                        {qRound(config.sensor.dataRateMBps), true, {}});
     for (int selector : config.supportedCounters)

@@ -123,7 +123,8 @@ void CxSimCamera::Private::startRun()
     width = params.value("width");
     height = params.value("height");
     format = params.value("imgdataformat");
-    pattern = format == KS_FRM_TRANSPORT_DATA && params.value("test_pattern_generator_selector") == KS_TESTPAT_GEN_FPGA &&
+    pattern = format == KS_FRM_TRANSPORT_DATA &&
+              params.value("test_pattern_generator_selector") == KS_TESTPAT_GEN_FPGA &&
               params.value("test_pattern") == KS_TESTPAT_DEVICE_SPEC_COUNTER;
     unsafePolicy = params.value("buffer_policy") == KS_BP_UNSAFE;
     frameBytes = quint64(width) * quint64(height) * quint64(CxParameterModel::bytesPerPixel(format));
@@ -132,9 +133,8 @@ void CxSimCamera::Private::startRun()
     const double linkFrame = double(frameBytes) / config.link.rateMBps * kTicksPerUs;
     nominalFrame = pattern ? linkFrame : std::max(linkFrame, sensorPeriod);
 
-    const bool resetClock =
-        params.value("ts_rst_mode") == KS_TS_RST_MODE_ON_SOURCE &&
-        params.value("ts_rst_source") == KS_TS_RST_SOURCE_ACQUISITION_START;
+    const bool resetClock = params.value("ts_rst_mode") == KS_TS_RST_MODE_ON_SOURCE &&
+                            params.value("ts_rst_source") == KS_TS_RST_SOURCE_ACQUISITION_START;
     if (pacing == ExPacing::RealTime && !resetClock)
         idleClock = config.uptimeSeconds * 1e6 * kTicksPerUs + double(sinceOpen.nsecsElapsed()) / 4.0;
     acqStart = resetClock ? 0.0 : idleClock;

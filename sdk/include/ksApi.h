@@ -64,12 +64,12 @@ enum KS_COUNTER_SELECTOR
 // Values of the camera parameters that the throughput measurement sets and puts back.
 enum KS_PARAM_VALUE
 {
-    KS_BP_UNSAFE = 0,          // "buffer_policy": frames the host has no room for are dropped
-    KS_BP_SAFE = 1,            // "buffer_policy": the link waits for the host
-    KS_FRM_TRANSPORT_DATA = 7, // "imgdataformat": raw transport data
-    KS_TESTPAT_GEN_FPGA = 1,   // "test_pattern_generator_selector": the link unit's generator
-    KS_TESTPAT_DEVICE_SPEC_COUNTER = 11, // "test_pattern": every word the link-time counter
-    KS_TS_RST_MODE_ON_SOURCE = 0,        // "ts_rst_mode": reset by the source below
+    KS_BP_UNSAFE = 0,                        // "buffer_policy": frames the host has no room for are dropped
+    KS_BP_SAFE = 1,                          // "buffer_policy": the link waits for the host
+    KS_FRM_TRANSPORT_DATA = 7,               // "imgdataformat": raw transport data
+    KS_TESTPAT_GEN_FPGA = 1,                 // "test_pattern_generator_selector": the link unit's generator
+    KS_TESTPAT_DEVICE_SPEC_COUNTER = 11,     // "test_pattern": every word the link-time counter
+    KS_TS_RST_MODE_ON_SOURCE = 0,            // "ts_rst_mode": reset by the source below
     KS_TS_RST_SOURCE_ACQUISITION_START = 19, // "ts_rst_source"
 };
 
