@@ -165,7 +165,7 @@ void TestSimCamera::refusedParameters()
 
     faults(hCam)->refuseParam(QStringLiteral("test_pattern"), ExParamOp::Get);
     QVERIFY(!ksApi_GetParamInt(hCam, "test_pattern", value));
-    QVERIFY(ksApi_SetParamInt(hCam, "test_pattern", 11));
+    QVERIFY(ksApi_SetParamInt(hCam, "test_pattern", KS_TESTPAT_DEVICE_SPEC_COUNTER));
     faults(hCam)->clearFaults();
     QVERIFY(ksApi_GetParamInt(hCam, "test_pattern", value));
     QCOMPARE(value, 11);

@@ -161,7 +161,7 @@ void TestSimLink::timestampsResetAtStartOnlyWhenAsked()
     QCOMPARE(ksApi_StopAcquisition(hCam), 0);
 
     QVERIFY(ksApi_SetParamInt(hCam, "ts_rst_mode", 0));
-    QVERIFY(ksApi_SetParamInt(hCam, "ts_rst_source", 19));
+    QVERIFY(ksApi_SetParamInt(hCam, "ts_rst_source", KS_TS_RST_SOURCE_ACQUISITION_START));
     QVERIFY(ksApi_StartAcquisition(hCam));
     QVERIFY(grab(hCam, &image));
     QCOMPARE(image.timestampSec, 0u);
