@@ -68,8 +68,19 @@ void TestHostClasses::managerOpensAndClosesCamerasWithSignals()
     QCOMPARE(manager->openedCameras(), QList<KSCORE_HANDLE>({a, b}));
     QCOMPARE(manager->openCamera(QStringLiteral("first")), KSCORE_HANDLE(nullptr)); // already open
     QCOMPARE(manager->openCamera(QStringLiteral("nobody")), KSCORE_HANDLE(nullptr));
+    QCOMPARE(manager->lastOpenError(), QStringLiteral("no camera \"nobody\" is configured"));
     QCOMPARE(opened.size(), 2);
     QCOMPARE(manager->cameraId(b), QStringLiteral("second"));
+    // Opened on a worker thread, the camera is announced on this one; a failure says why.
+    CxSimulation::addCamera(camera("third"));
+    QSignalSpy failed(manager, &CxCameraManager::cameraOpenFailed);
+    QVERIFY(manager->openCameraInBackground(QStringLiteral("third")));
+    QVERIFY(!manager->openCameraInBackground(QStringLiteral("third"))); // already opening
+    QVERIFY(manager->openCameraInBackground(QStringLiteral("nobody")));
+    QTRY_COMPARE(opened.size(), 3);
+    QTRY_COMPARE(failed.size(), 1);
+    QCOMPARE(failed[0][1].toString(), QStringLiteral("no camera \"nobody\" is configured"));
+    QVERIFY(manager->closeCamera(opened[2][0].value<KSCORE_HANDLE>()));
 
     // The close is announced while the camera still answers, so that a plug-in can stop it.
     QVERIFY(ksApi_StartAcquisition(b));
