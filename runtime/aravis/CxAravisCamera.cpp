@@ -164,9 +164,11 @@ CxAravisCamera::CxAravisCamera(ArvCamera* camera, const QString& id) : m_camera(
 
 CxAravisCamera::~CxAravisCamera()
 {
+    // First, so that the heartbeat thread no longer reaches a camera that is going.
+    if (m_device)
+        g_signal_handlers_disconnect_by_data(m_device, this);
     stopAcquisition();
     releaseDelivered(false);
-    g_signal_handlers_disconnect_by_data(m_device, this);
     g_object_unref(m_camera);
 }
 
@@ -223,6 +225,7 @@ QString CxAravisCamera::enumerationValue(const char* feature)
 
 QStringList CxAravisCamera::parameterNames() const
 {
+    QMutexLocker lock(&m_control); // GenICam nodes are read with the camera's other requests
     QStringList names = kMappedNames;
     if (!hasFeature("LUTEnable"))
         names.removeAll(QStringLiteral("LUTEnable"));
