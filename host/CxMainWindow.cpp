@@ -177,12 +177,14 @@ void CxMainWindow::onOpen()
     // A real camera takes up to seconds to open, or to give up.
     if (!id.isEmpty() && CxCameraManager::instance()->openCameraInBackground(id)) {
         statusBar()->showMessage(tr("Opening camera %1...").arg(id));
+        m_openingId = id;
         ui->btnOpen->setEnabled(false);
     }
 }
 
 void CxMainWindow::onOpenFailed(const QString& id, const QString& reason)
 {
+    m_openingId.clear();
     statusBar()->showMessage(tr("Camera %1 could not be opened: %2").arg(id, reason), 10000);
     refreshControls();
 }
@@ -239,8 +241,11 @@ void CxMainWindow::onFormatChosen(int index)
 
 void CxMainWindow::onCameraChanged(KSCORE_HANDLE)
 {
-    if (statusBar()->currentMessage().startsWith(tr("Opening camera")))
+    // The camera opened in the background is here: its "Opening" message has done its job.
+    if (!m_openingId.isEmpty() && handleOf(m_openingId)) {
         statusBar()->clearMessage();
+        m_openingId.clear();
+    }
     refreshCameraList();
 }
 

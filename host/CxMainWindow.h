@@ -53,4 +53,5 @@ private:
     QList<KSCORE_HANDLE> m_disconnected;
     bool m_updatingFormat = false;
     bool m_discovering = false;
+    QString m_openingId; // the camera opening in the background, while its message shows
 };

@@ -151,37 +151,32 @@
         <translation>Kamera %1 wird geöffnet...</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="186"/>
+        <location filename="../host/CxMainWindow.cpp" line="188"/>
         <source>Camera %1 could not be opened: %2</source>
         <translation>Kamera %1 konnte nicht geöffnet werden: %2</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="196"/>
+        <location filename="../host/CxMainWindow.cpp" line="198"/>
         <source>Looking for cameras...</source>
         <translation>Kameras werden gesucht...</translation>
     </message>
     <message numerus="yes">
-        <location filename="../host/CxMainWindow.cpp" line="203"/>
+        <location filename="../host/CxMainWindow.cpp" line="205"/>
         <source>%n camera(s) found.</source>
         <translation><numerusform>%n Kamera gefunden.</numerusform><numerusform>%n Kameras gefunden.</numerusform></translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="228"/>
+        <location filename="../host/CxMainWindow.cpp" line="230"/>
         <source>The camera refused the acquisition command.</source>
         <translation>Die Kamera hat den Erfassungsbefehl abgelehnt.</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="237"/>
+        <location filename="../host/CxMainWindow.cpp" line="239"/>
         <source>The camera refused the image format.</source>
         <translation>Die Kamera hat das Bildformat abgelehnt.</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="242"/>
-        <source>Opening camera</source>
-        <translation>Kamera wird geöffnet</translation>
-    </message>
-    <message>
-        <location filename="../host/CxMainWindow.cpp" line="259"/>
+        <location filename="../host/CxMainWindow.cpp" line="264"/>
         <source>Frame %1, %2 x %3</source>
         <translation>Bild %1, %2 x %3</translation>
     </message>

@@ -8,6 +8,7 @@
 namespace {
 
 constexpr int kFormatSensor = 0;       // the camera's own pixel format
+constexpr int kQueueDepth = 4;         // images the host holds, as a simulated camera's default
 constexpr int kBuffersBeyondQueue = 8; // in flight in Aravis while the queue is full
 constexpr guint64 kPumpPollUs = 50000; // how soon the pump sees a stop; nothing else wakes a pop
 const char* const kNoPattern = "This camera cannot send the link-time counter pattern; use Standard Sensor "
@@ -575,7 +576,7 @@ int CxAravisCamera::startAcquisition()
         return refuse(KS_ERR_DEVICE, QStringLiteral("no payload size: %1").arg(message));
     }
     m_unsafePolicy = m_bufferPolicy == KS_BP_UNSAFE;
-    for (int i = 0; i < m_queueDepth + kBuffersBeyondQueue; ++i)
+    for (int i = 0; i < kQueueDepth + kBuffersBeyondQueue; ++i)
         arv_stream_push_buffer(m_stream, arv_buffer_new(payload, nullptr));
     arv_camera_set_acquisition_mode(m_camera, ARV_ACQUISITION_MODE_CONTINUOUS, &error);
     g_clear_error(&error);
@@ -672,7 +673,7 @@ void CxAravisCamera::pump()
         }
         ++m_transferred;
         QMutexLocker lock(&m_queueMutex);
-        if (int(m_queue.size()) >= m_queueDepth) {
+        if (int(m_queue.size()) >= kQueueDepth) {
             if (m_unsafePolicy) {
                 // The reader lags: the oldest waiting frame goes, as a driver's unsafe policy does.
                 arv_stream_push_buffer(m_stream, m_queue.front());
@@ -681,7 +682,7 @@ void CxAravisCamera::pump()
             } else {
                 // The safe policy holds on to every frame; Aravis then runs out of buffers and
                 // the camera's own counters tell what was lost.
-                while (int(m_queue.size()) >= m_queueDepth && !m_pumpStop)
+                while (int(m_queue.size()) >= kQueueDepth && !m_pumpStop)
                     waitOn(m_queueWake, m_queueMutex, QDeadlineTimer(20));
             }
         }

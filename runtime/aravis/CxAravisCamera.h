@@ -99,7 +99,6 @@ private:
     std::deque<ArvBuffer*> m_queue;    // complete frames not yet handed on
     std::deque<ArvBuffer*> m_handedOn; // handed to the reader, oldest first
     bool m_handedOnOrphaned = false;   // their stream is gone: free them instead of pushing back
-    int m_queueDepth = 4;
     bool m_unsafePolicy = false;
     bool m_patternRun = false;
     std::atomic<quint64> m_transferred{0};
