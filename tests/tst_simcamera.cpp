@@ -26,6 +26,8 @@ private slots:
     void captureFaults_data();
     void captureFaults();
     void callLogKeepsExactOrderAndTheNewestCalls();
+    void noRateMakesACallLong_data();
+    void noRateMakesACallLong();
 };
 
 void TestSimCamera::readsAndWritesAnswerWithTheirError()
@@ -227,7 +229,7 @@ void TestSimCamera::callLogKeepsExactOrderAndTheNewestCalls()
     grab(hCam, &image);
     ksApi_StopAcquisition(hCam);
     QCOMPARE(logOf(hCam)->callLogText(), QStringList({"get imgdataformat", "set buffer_policy 0",
-                                                    "set dp_unit_selector:settable 1", "start", "stop"}));
+                                                      "set dp_unit_selector:settable 1", "start", "stop"}));
     QCOMPARE(logOf(hCam)->callLogText(true).at(4), QStringLiteral("image"));
     const QList<SxCallLogEntry> log = logOf(hCam)->callLog();
     QVERIFY(log[1].ok);
@@ -243,3 +245,37 @@ void TestSimCamera::callLogKeepsExactOrderAndTheNewestCalls()
 
 QTEST_GUILESS_MAIN(TestSimCamera)
 #include "tst_simcamera.moc"
+
+void TestSimCamera::noRateMakesACallLong_data()
+{
+    QTest::addColumn<bool>("pattern");
+    QTest::newRow("counter pattern, frames skipped for a slow host") << true;
+    QTest::newRow("plain images, triggers missed on a full buffer") << false;
+}
+
+// Rates far beyond any real link: a host that falls behind by a fraction of a second would
+// owe the camera billions of frames. Each call must still take its bounded share of the
+// camera's lock, or the GUI thread waits on it for good.
+void TestSimCamera::noRateMakesACallLong()
+{
+    QFETCH(bool, pattern);
+    CxSimCameraConfig config = camera(QStringLiteral("extreme"), 1e12, 4, 1);
+    config.sensor.dataRateMBps = 1e12;
+    config.bufferSize = 1024;
+    config.pacing = ExPacing::RealTime;
+    config.parameters.insert(QStringLiteral("buffer_policy"), KS_BP_UNSAFE);
+    KSCORE_HANDLE hCam = open(config);
+    QVERIFY(!pattern || selectCounterPattern(hCam));
+    QVERIFY(ksApi_StartAcquisition(hCam));
+    QElapsedTimer timer;
+    timer.start();
+    for (int i = 0; i < 5; ++i) {
+        QThread::msleep(100);
+        KS_IMG image = KS_IMG();
+        image.size = sizeof(KS_IMG);
+        QVERIFY(ksApi_GetImage(hCam, 1000, &image));
+    }
+    QVERIFY2(timer.elapsed() < 3000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(sim(hCam)->counterValue(pattern ? KS_CNT_API_SKIP : KS_CNT_MISSED_TRG_OVERFLOW) > 1000);
+    QCOMPARE(ksApi_StopAcquisition(hCam), 0);
+}

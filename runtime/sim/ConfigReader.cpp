@@ -12,6 +12,17 @@
 
 namespace {
 
+// Bounds of what the simulation honours: rates up to a 100 GB/s link, stalls no closer than
+// 0.1 ms, a camera up some ten years, a sensor of at most 64 megapixels.
+constexpr double kMaxNumber = 1e15;
+constexpr double kMaxRateMBps = 100000.0;
+constexpr double kMinStallIntervalMs = 0.1;
+constexpr double kMaxStallLengthUs = 1e6;
+constexpr double kMaxUptimeSeconds = 3e8;
+constexpr double kMaxEventsPerSecond = 1e6;
+constexpr double kMaxSensorPixels = 64.0 * 1024 * 1024;
+constexpr double kMinBufferBytes = 1024.0;
+
 const char* const kCounterKeys[6] = {"transportSkip",         "apiSkip",
                                      "transferred",           "missedTriggerOverlap",
                                      "missedTriggerOverflow", "bufferOverflow"};
@@ -71,7 +82,10 @@ public:
             *out = value.toBool();
     }
 
-    void number(const char* key, double* out, double minimum = 0.0, bool positive = false)
+    // `maximum` is what the simulation can honour: beyond it a camera would spend its time
+    // in arithmetic rather than in frames.
+    void number(const char* key, double* out, double minimum = 0.0, bool positive = false,
+                double maximum = kMaxNumber)
     {
         const QJsonValue value = m_object.value(QLatin1String(key));
         if (value.isUndefined())
@@ -81,8 +95,10 @@ public:
             return;
         }
         const double v = value.toDouble();
-        if (positive && v <= 0.0)
-            fail(key, QStringLiteral("must be greater than 0"));
+        if (positive && (v <= 0.0 || v > maximum))
+            fail(key, QStringLiteral("must be greater than 0 and at most %1").arg(maximum, 0, 'f', 0));
+        else if (v > maximum)
+            fail(key, QStringLiteral("must be at most %1").arg(maximum, 0, 'f', 0));
         else if (v < minimum)
             fail(key, v < 0.0 ? QStringLiteral("must not be negative")
                               : QStringLiteral("must be at least %1").arg(minimum));
@@ -142,7 +158,7 @@ void readLink(const QJsonObject& json, const QString& path, SxLinkConfig* link, 
     CxObjectReader r(json, path, error);
     r.allowOnly({"type", "rate", "jitter", "dips", "stalls"});
     r.string("type", &link->type);
-    r.number("rate", &link->rateMBps, 0.0, true);
+    r.number("rate", &link->rateMBps, 0.0, true, kMaxRateMBps);
     r.number("jitter", &link->jitter);
     if (link->jitter >= 1.0)
         r.fail("jitter", QStringLiteral("must be below 1"));
@@ -160,7 +176,7 @@ void readLink(const QJsonObject& json, const QString& path, SxLinkConfig* link, 
             d.allowOnly({"period", "length", "rate", "phase"});
             d.number("period", &dip.periodMs, 0.0, true);
             d.number("length", &dip.lengthMs);
-            d.number("rate", &dip.rateMBps, 0.0, true);
+            d.number("rate", &dip.rateMBps, 0.0, true, kMaxRateMBps);
             d.number("phase", &dip.phaseMs);
             if (!d.json().contains(QLatin1String("rate")))
                 d.fail("rate", QStringLiteral("is required"));
@@ -172,7 +188,10 @@ void readLink(const QJsonObject& json, const QString& path, SxLinkConfig* link, 
         CxObjectReader s(stalls, r.field(QStringLiteral("stalls")), error);
         s.allowOnly({"interval", "length"});
         s.number("interval", &link->stallIntervalMs);
-        s.number("length", &link->stallLengthUs);
+        s.number("length", &link->stallLengthUs, 0.0, false, kMaxStallLengthUs);
+        if (link->stallIntervalMs > 0.0 && link->stallIntervalMs < kMinStallIntervalMs)
+            s.fail("interval",
+                   QStringLiteral("must be 0 (no stalls) or at least %1").arg(kMinStallIntervalMs));
     }
 }
 
@@ -187,13 +206,13 @@ void readCamera(const QJsonObject& json, const QString& path, CxSimCameraConfig*
     r.string("serialNumber", &camera->serialNumber);
     r.string("userName", &camera->userName);
     r.integer("nameSelection", &camera->nameSelection, -1e9, 1e9);
-    r.integer("bufferSize", &camera->bufferSize, 0, 2147483647.0);
+    r.integer("bufferSize", &camera->bufferSize, kMinBufferBytes, 2147483647.0);
     r.integer("seed", &camera->seed, 0, 9007199254740991.0);
     r.integer("replayFrames", &camera->replayFrames, 1, 1024);
     r.integer("queueDepth", &camera->queueDepth, 1, 1024);
     r.boolean("hasParameterSet", &camera->hasParameterSet);
     r.boolean("dataProcessing", &camera->dataProcessing);
-    r.number("uptime", &camera->uptimeSeconds);
+    r.number("uptime", &camera->uptimeSeconds, 0.0, false, kMaxUptimeSeconds);
     if (camera->id.isEmpty())
         r.fail("id", QStringLiteral("must not be empty"));
 
@@ -216,8 +235,15 @@ void readCamera(const QJsonObject& json, const QString& path, CxSimCameraConfig*
         s.allowOnly({"width", "height", "dataRate"});
         s.integer("width", &camera->sensor.width, 4, 65536);
         s.integer("height", &camera->sensor.height, 1, 65536);
-        s.number("dataRate", &camera->sensor.dataRateMBps, 0.0, true);
+        s.number("dataRate", &camera->sensor.dataRateMBps, 0.0, true, kMaxRateMBps);
+        if (double(camera->sensor.width) * double(camera->sensor.height) > kMaxSensorPixels)
+            s.fail("height", QStringLiteral("width times height must be at most %1 pixels")
+                                 .arg(kMaxSensorPixels, 0, 'f', 0));
     }
+    // Every replayed frame is made ahead and kept: at most 1 GiB of them.
+    if (double(camera->replayFrames) * double(camera->sensor.width) * double(camera->sensor.height) * 2.0 >
+        1024.0 * 1024.0 * 1024.0)
+        r.fail("replayFrames", QStringLiteral("times the frame size must be at most 1 GiB"));
     QJsonObject link;
     if (r.object("link", &link))
         readLink(link, r.field(QStringLiteral("link")), &camera->link, error);
@@ -240,7 +266,7 @@ void readCamera(const QJsonObject& json, const QString& path, CxSimCameraConfig*
         c.allowOnly({kCounterKeys[0], kCounterKeys[1], kCounterKeys[2], kCounterKeys[3], kCounterKeys[4],
                      kCounterKeys[5]});
         for (int i = 0; i < 6; ++i)
-            c.number(kCounterKeys[i], &camera->counterRates[i]);
+            c.number(kCounterKeys[i], &camera->counterRates[i], 0.0, false, kMaxEventsPerSecond);
     }
     QJsonObject parameters;
     if (r.object("parameters", &parameters)) {

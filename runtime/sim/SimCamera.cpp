@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QMutex>
 #include <QWaitCondition>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <deque>
@@ -17,6 +18,8 @@
 namespace {
 
 constexpr double kTicksPerUs = CxLinkModel::kTicksPerUs;
+// Frames skipped for a slow host that are still made word by word.
+constexpr quint64 kSkippedFramesMade = 8;
 
 // A frame on its way to the host: when its first word left the camera (its time stamp)
 // and when its last word arrived.
@@ -92,7 +95,8 @@ struct CxSimCamera::Private
     SxFrame produce(quint64* out);
     SxFrame producePattern(quint64* out);
     SxFrame producePlain();
-    void captureSensorFrame(double at);
+    // Takes the sensor frame due next; a full buffer misses it and every trigger up to `until`.
+    void captureNext(double until);
     void skipForSlowConsumer();
     void addRandomEvents(double seconds);
     bool waitUntil(double ticks);
@@ -176,14 +180,25 @@ void CxSimCamera::Private::startRun()
     }
 }
 
-void CxSimCamera::Private::captureSensorFrame(double at)
+void CxSimCamera::Private::captureNext(double until)
 {
+    const double at = nextCapture;
+    nextCapture += sensorPeriod;
     const quint32 number = nextFrameNumber++;
     const quint64 capacity = std::max<quint64>(quint64(std::max(config.bufferSize, 0)), frameBytes);
     if (fifoBytes + frameBytes > capacity) {
         // The trigger finds the buffer full: the frame is never taken, the host sees a gap.
-        params.addToCounter(KS_CNT_MISSED_TRG_OVERFLOW, 1);
-        params.addToCounter(KS_CNT_TRANSPORT_SKIP, 1);
+        // Nothing leaves the buffer before `until`, so every trigger up to then is missed
+        // alike: counted at once rather than one by one, however short the sensor's period.
+        const double more =
+            until >= nextCapture ? std::floor((until - nextCapture) / sensorPeriod) + 1.0 : 0.0;
+        const quint64 extra = more < 1e15 ? quint64(more) : quint64(1e15);
+        nextFrameNumber += quint32(extra);
+        // Past `until` even where a period is below the clock's resolution.
+        nextCapture = std::max(nextCapture + double(extra) * sensorPeriod, std::nextafter(until, INFINITY));
+        const int count = int(std::min<quint64>(extra + 1, INT_MAX));
+        params.addToCounter(KS_CNT_MISSED_TRG_OVERFLOW, count);
+        params.addToCounter(KS_CNT_TRANSPORT_SKIP, count);
         if (!overflowing)
             params.addToCounter(KS_CNT_BUFFER_OVERFLOW, 1);
         overflowing = true;
@@ -205,10 +220,8 @@ SxFrame CxSimCamera::Private::producePattern(quint64* out)
 
 SxFrame CxSimCamera::Private::producePlain()
 {
-    if (cameraFifo.empty()) {
-        captureSensorFrame(nextCapture);
-        nextCapture += sensorPeriod;
-    }
+    if (cameraFifo.empty())
+        captureNext(nextCapture);
     const SxQueued head = cameraFifo.front();
     // The frame streams out while the sensor reads it, so it cannot arrive before its
     // readout has ended.
@@ -216,10 +229,8 @@ SxFrame CxSimCamera::Private::producePlain()
     link.send(frameWords, nullptr);
     link.idleUntil(head.captured + sensorPeriod);
     const double end = link.clock();
-    while (nextCapture <= end) {
-        captureSensorFrame(nextCapture);
-        nextCapture += sensorPeriod;
-    }
+    while (nextCapture <= end)
+        captureNext(end);
     cameraFifo.pop_front();
     fifoBytes -= frameBytes;
     SxFrame frame;
@@ -248,10 +259,21 @@ void CxSimCamera::Private::skipForSlowConsumer()
         link.idleUntil(now() - allowed);
         return;
     }
-    const quint64 skipped = quint64((lag - allowed) / nominalFrame);
-    for (quint64 i = 0; i < skipped; ++i)
+    const double behind = (lag - allowed) / nominalFrame;
+    const quint64 skipped = behind < 1e15 ? quint64(behind) : quint64(1e15);
+    // The frames the host misses cross the link all the same. The last few are made in
+    // full, so that their disturbances count; the rest move the link on at its nominal
+    // rate, which keeps the work under the camera's lock bounded for any link rate.
+    const quint64 made = std::min<quint64>(skipped, kSkippedFramesMade);
+    const quint64 jumped = skipped - made;
+    if (jumped > 0) {
+        link.idleUntil(link.clock() + double(jumped) * nominalFrame);
+        nextFrameNumber += quint32(jumped);
+        params.addToCounter(KS_CNT_TRANSFERRED, int(std::min<quint64>(jumped, INT_MAX)));
+    }
+    for (quint64 i = 0; i < made; ++i)
         produce(nullptr);
-    params.addToCounter(KS_CNT_API_SKIP, int(skipped));
+    params.addToCounter(KS_CNT_API_SKIP, int(std::min<quint64>(skipped, INT_MAX)));
 }
 
 void CxSimCamera::Private::addRandomEvents(double seconds)
