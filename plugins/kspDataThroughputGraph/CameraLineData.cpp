@@ -8,8 +8,8 @@
 #include <QFile>
 #include <QMessageBox>
 #include <QProgressDialog>
-#include <QScopeGuard>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTextStream>
 #include <QTime>
 #include <algorithm>
@@ -309,9 +309,17 @@ public:
     // the hand-over cost more than the overlap saved.
     void flush()
     {
-        // After a failed write (a full disk) nothing more is tried.
-        if (m_used && !m_failed)
-            m_failed = m_device->write(m_buffer.data(), qint64(m_used)) != qint64(m_used);
+        // A disk filling up takes part of a block without complaint; only the write after
+        // that fails with the system's reason, which the error box is to show. After a failed
+        // write nothing more is tried.
+        const char* data = m_buffer.data();
+        qint64 left = qint64(m_used);
+        while (left > 0 && !m_failed) {
+            const qint64 written = m_device->write(data, left);
+            m_failed = written <= 0;
+            data += qMax<qint64>(written, 0);
+            left -= qMax<qint64>(written, 0);
+        }
         m_used = 0;
     }
     bool failed() const { return m_failed; }
@@ -630,7 +638,8 @@ bool CxCameraLineData::setupCameraParameters()
         frameBufferModeChanged = true;
     }
 
-    if (setParam(hCam, "device_unit_selector", KS_DEV_UNIT_LINK) && setParam(hCam, "device_unit_register_selector", KS_DEV_REG_LINK_MODE) &&
+    if (setParam(hCam, "device_unit_selector", KS_DEV_UNIT_LINK) &&
+        setParam(hCam, "device_unit_register_selector", KS_DEV_REG_LINK_MODE) &&
         setParam(hCam, "device_unit_register_value", KS_DEV_REG_LINK_MODE_MEASURE))
         deviceRegisterChanged = true;
 
@@ -675,7 +684,8 @@ void CxCameraLineData::readDefaultAvgTransportSpeed()
         logCritical(kSource, kLineReadDeviceUnit, kTransportSpeedPrefix,
                     QStringLiteral("Failed to read current device unit confiuration"));
 
-    if (setParam(hCam, "device_unit_selector", KS_DEV_UNIT_SENSOR) && setParam(hCam, "device_unit_register_selector", KS_DEV_REG_SENSOR_DATA_RATE)) {
+    if (setParam(hCam, "device_unit_selector", KS_DEV_UNIT_SENSOR) &&
+        setParam(hCam, "device_unit_register_selector", KS_DEV_REG_SENSOR_DATA_RATE)) {
         int speed = -1;
         if (getParam(hCam, "device_unit_register_value", speed) && speed > 0)
             requiredThroughput = speed;
@@ -1189,6 +1199,24 @@ double CxCameraLineData::linkAverage()
         ticks += double(frame->sampleSpan);
     }
     return ticks > 0.0 ? bytes / (ticks / kTicksPerUs) : 0.0;
+}
+
+bool CxCameraLineData::newestSample(qint64* time, quint32* frameNumber)
+{
+    QMutexLocker lock(&dataMutex);
+    if (measureMode == MeasureModeStandardAcquisition) {
+        if (counterSamples.isEmpty())
+            return false;
+        *time = counterSamples.last()->timestamp;
+        *frameNumber = counterSamples.last()->frameNumber;
+        return true;
+    }
+    if (frames.isEmpty())
+        return false;
+    const CxFrameData* frame = frames.last();
+    *time = frame->timestamp + qint64(frame->sampleSpan / 250u);
+    *frameNumber = frame->frameNumber;
+    return true;
 }
 
 // ---------------------------------------------------------------------------------------

@@ -167,6 +167,10 @@ public:
     // weights each frame by its duration (avgThroughput averages the frames' speeds).
     double linkAverage();
 
+    // When the newest stored sample was taken (microseconds since midnight, as the stores
+    // hold it) and its frame; false when nothing is stored.
+    bool newestSample(qint64* time, quint32* frameNumber);
+
     // CSV report of the throughput samples in [start, end] (GUI thread).
     void exportDataToFile(const QString& fileName, QWidget* parent, long long start, long long end);
 

@@ -16,12 +16,13 @@
 #include <QIntValidator>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QTranslator>
 #include <QPushButton>
 #include <QSettings>
 #include <QStyle>
 #include <QTime>
+#include <QTranslator>
 #include <cfloat>
+#include <limits>
 
 namespace {
 
@@ -544,7 +545,8 @@ void CxDataGraphForm::AddTableItemsThrougput()
     }
 
     prepareLegend(2);
-    AddPlotTableItem(0, QLatin1String(kMinThroughput), tr("Minimum data rate in whole data set"), kMinThroughputColor);
+    AddPlotTableItem(0, QLatin1String(kMinThroughput), tr("Minimum data rate in whole data set"),
+                     kMinThroughputColor);
     AddPlotTableItem(1, QLatin1String(kMaxBufferLevel), tr("Internal camera buffer fill percentage"),
                      kBufferLevelColor);
     finishLegend();
@@ -763,6 +765,32 @@ double CxDataGraphForm::linkAverageOf(qulonglong hCam)
 {
     CxCameraLineData* line = cameraLines.value(reinterpret_cast<KSCORE_HANDLE>(quintptr(hCam)));
     return line ? line->linkAverage() : 0.0;
+}
+
+double CxDataGraphForm::newestSampleSeconds()
+{
+    double newest = std::numeric_limits<double>::quiet_NaN();
+    for (CxCameraLineData* line : std::as_const(cameraLines)) {
+        qint64 time = 0;
+        quint32 frame = 0;
+        if (line->newestSample(&time, &frame)) {
+            const double seconds = double(time - timeAxisReference) / 1e6;
+            if (!(seconds <= newest))
+                newest = seconds;
+        }
+    }
+    return newest;
+}
+
+QVariantMap CxDataGraphForm::runOf(qulonglong hCam)
+{
+    QVariantMap run;
+    CxCameraLineData* line = cameraLines.value(reinterpret_cast<KSCORE_HANDLE>(quintptr(hCam)));
+    qint64 time = 0;
+    quint32 frame = 0;
+    if (line && line->newestSample(&time, &frame))
+        run.insert(QStringLiteral("newestFrame"), frame);
+    return run;
 }
 
 QCPAxisRect* CxDataGraphForm::GetCameraPlot(void* hCam)

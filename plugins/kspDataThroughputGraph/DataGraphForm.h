@@ -91,6 +91,12 @@ public:
     // The link average of a camera's stored frames (MB/s), 0 for unknown cameras; invokable
     // by name, so that a host can put it in its reports.
     Q_INVOKABLE double linkAverageOf(qulonglong hCam);
+    // Seconds from the time axis' zero to the newest sample any camera stores, NaN when none
+    // does. After a stop the axis no longer follows the present, and up to a refresh period
+    // of data lies right of zero: a host that shows or exports everything pans by this.
+    Q_INVOKABLE double newestSampleSeconds();
+    // What a host's report says of a camera's run beyond the table: the newest stored frame.
+    Q_INVOKABLE QVariantMap runOf(qulonglong hCam);
     bool IsPlotEnabled(QString name);
 
     Ui_CxDataGraphForm* ui;
