@@ -1,5 +1,7 @@
 #include "CxHostDelegate.h"
 
+#include "CxDarkTheme.h"
+
 #include <QDir>
 #include <QDockWidget>
 #include <QMainWindow>
@@ -59,6 +61,7 @@ void CxHostDelegate::addPluginWidget(QWidget* widget, Qt::DockWidgetArea initial
     m_window->addDockWidget(initialArea, dock);
     // A measuring panel is what the user came for: it gets most of the window's height.
     m_window->resizeDocks({dock}, {560}, Qt::Vertical);
+    CxDarkTheme::keepTablesReadable(widget);
 }
 
 void CxHostDelegate::removePluginWidget(QWidget* widget)
@@ -99,7 +102,7 @@ void CxHostDelegate::registerPlotWidget(QWidget* plot)
 {
     // Plug-ins draw white axes and texts on the host's dark plot background.
     if (auto* customPlot = qobject_cast<QCustomPlot*>(plot))
-        customPlot->setBackground(QBrush(QColor(32, 34, 40)));
+        CxDarkTheme::keepPlotReadable(customPlot);
     plot->setAutoFillBackground(true);
 }
 

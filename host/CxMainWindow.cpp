@@ -1,6 +1,7 @@
 #include "CxMainWindow.h"
 
 #include "CxCameraManager.h"
+#include "CxDarkTheme.h"
 #include "CxHostDelegate.h"
 #include "ksCamera/CxCameraRegistry.h"
 #include "ui_MainWindow.h"
@@ -247,6 +248,9 @@ void CxMainWindow::onCameraChanged(KSCORE_HANDLE)
         m_openingId.clear();
     }
     refreshCameraList();
+    // After the panels have taken their rows for the camera.
+    if (m_fitTables)
+        QTimer::singleShot(0, this, [this]() { CxDarkTheme::fitTables(this); });
 }
 
 void CxMainWindow::updateLiveView()

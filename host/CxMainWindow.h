@@ -25,6 +25,9 @@ public:
     void selectCamera(const QString& id);
     // Looks for real cameras on a worker thread (it takes about a second) and lists them.
     void discoverCameras();
+    // While on, the window widens whenever a camera comes or goes so that the panels' tables
+    // show every column: for a first start, when the user has no size of his own yet.
+    void setFitTables(bool on) { m_fitTables = on; }
 
 public slots:
     // A message of the camera runtime, such as why a camera refused a setting.
@@ -53,5 +56,6 @@ private:
     QList<KSCORE_HANDLE> m_disconnected;
     bool m_updatingFormat = false;
     bool m_discovering = false;
+    bool m_fitTables = false;
     QString m_openingId; // the camera opening in the background, while its message shows
 };

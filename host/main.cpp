@@ -3,6 +3,7 @@
 // measurement that leaves its results in a folder.
 
 #include "CxCameraManager.h"
+#include "CxDarkTheme.h"
 #include "CxHostDelegate.h"
 #include "CxMainWindow.h"
 #include "CxPluginHost.h"
@@ -16,12 +17,11 @@
 #include <QCommandLineParser>
 #include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 #include <QLocale>
-#include <QPalette>
 #include <QPointer>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QStyleFactory>
 #include <QTranslator>
 #include <cstdio>
 
@@ -90,7 +90,10 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
         return 2;
     }
     if (parser.isSet(help)) {
-        fprintf(stdout, "%s", qPrintable(parser.helpText()));
+        // Without an application yet, the parser does not know the program's name.
+        QString text = parser.helpText();
+        text.replace(QLatin1String("<executable_name>"), QFileInfo(arguments.value(0)).fileName());
+        fprintf(stdout, "%s", qPrintable(text));
         return 0;
     }
     if (!parser.positionalArguments().isEmpty()) {
@@ -100,8 +103,10 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
     }
     bool ok = false;
     options->duration = parser.value(duration).toDouble(&ok);
-    if (!ok || options->duration <= 0.0 || options->duration > 86400.0) {
-        fprintf(stderr, "lumorix-sim: --duration: '%s' is not a number of seconds between 0 and 86400\n",
+    // Written so that "nan" fails too: it compares false with everything.
+    if (!ok || !(options->duration > 0.0 && options->duration <= 86400.0)) {
+        fprintf(stderr,
+                "lumorix-sim: --duration: '%s' is not a number of seconds greater than 0 and at most 86400\n",
                 qPrintable(parser.value(duration)));
         return 2;
     }
@@ -143,27 +148,6 @@ void filterMessages(QtMsgType type, const QMessageLogContext& context, const QSt
     g_defaultHandler(type, context, message);
 }
 
-void applyDarkTheme(QApplication& app)
-{
-    app.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    QPalette palette;
-    palette.setColor(QPalette::Window, QColor(45, 47, 53));
-    palette.setColor(QPalette::WindowText, QColor(230, 230, 230));
-    palette.setColor(QPalette::Base, QColor(32, 34, 40));
-    palette.setColor(QPalette::AlternateBase, QColor(45, 47, 53));
-    palette.setColor(QPalette::Text, QColor(230, 230, 230));
-    palette.setColor(QPalette::Button, QColor(58, 61, 68));
-    palette.setColor(QPalette::ButtonText, QColor(230, 230, 230));
-    palette.setColor(QPalette::Highlight, QColor(42, 130, 218));
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    palette.setColor(QPalette::ToolTipBase, QColor(58, 61, 68));
-    palette.setColor(QPalette::ToolTipText, QColor(230, 230, 230));
-    palette.setColor(QPalette::Disabled, QPalette::Text, QColor(120, 120, 120));
-    palette.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(120, 120, 120));
-    palette.setColor(QPalette::Disabled, QPalette::WindowText, QColor(120, 120, 120));
-    app.setPalette(palette);
-}
-
 } // namespace
 
 int main(int argc, char* argv[])
@@ -185,7 +169,7 @@ int main(int argc, char* argv[])
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Quorvane"));
     QApplication::setApplicationName(QStringLiteral("lumorix-sim"));
-    applyDarkTheme(app);
+    CxDarkTheme::apply(app);
     // The plug-ins take their language from the default locale as they start.
     if (!options.language.isEmpty())
         QLocale::setDefault(QLocale(options.language));
@@ -200,6 +184,18 @@ int main(int argc, char* argv[])
             fprintf(stderr, "lumorix-sim: %s\n", qPrintable(error));
             return 2;
         }
+        // A camera on a virtual clock runs ahead of the host's: the panel would draw its
+        // frames in the future and export none of them.
+        const QList<CxSimCameraConfig> cameras = CxSimulation::configuration();
+        for (int i = 0; i < cameras.size(); ++i)
+            if (cameras[i].pacing != ExPacing::RealTime) {
+                fprintf(stderr,
+                        "lumorix-sim: %s: cameras[%d].pacing: \"%s\" runs on a virtual clock for tests and "
+                        "benchmarks; the host application needs \"realtime\"\n",
+                        qPrintable(options.camerasFile), i,
+                        qPrintable(CxSimCameraConfig::pacingName(cameras[i].pacing)));
+                return 2;
+            }
     }
 
     // A scripted run keeps its settings with its results, so it neither depends on nor
@@ -236,7 +232,8 @@ int main(int argc, char* argv[])
     if (plugins.plugins().isEmpty())
         fprintf(stderr, "lumorix-sim: no plug-in loaded from %s\n", qPrintable(pluginDir));
 
-    window->restoreGeometry(settings->value(QStringLiteral("Host/Geometry")).toByteArray());
+    window->setFitTables(
+        !window->restoreGeometry(settings->value(QStringLiteral("Host/Geometry")).toByteArray()));
     window->show();
 
     int exitCode = 0;
