@@ -1,6 +1,7 @@
 #include "CxScriptedRun.h"
 
 #include "CxCameraManager.h"
+#include "CxDarkTheme.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -10,18 +11,20 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QImageWriter>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QMessageBox>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTableWidget>
 #include <QToolButton>
+#include <cmath>
 #include <cstdio>
-#include <functional>
-#include <memory>
+#include <limits>
 #include <qcustomplot.h>
 #include <unistd.h>
 
@@ -41,33 +44,6 @@ enum : int
     colLastCounter = 9,
 };
 
-// Answers the modal dialogs that open until `answer` says it is done with one; polls, so
-// that dialogs opened inside nested event loops are caught too.
-void answerModal(QObject* owner, std::function<bool(QWidget*)> answer)
-{
-    auto* timer = new QTimer(owner); // an answer never needed goes with the run
-    auto tries = std::make_shared<int>(3000);
-    QObject::connect(timer, &QTimer::timeout, [timer, answer, tries]() {
-        QWidget* modal = QApplication::activeModalWidget();
-        if ((modal && modal->isVisible() && answer(modal)) || --*tries <= 0) {
-            timer->stop();
-            timer->deleteLater();
-        }
-    });
-    timer->start(10);
-}
-
-// A message box is acknowledged and reported; the run goes on.
-bool acknowledge(QWidget* modal)
-{
-    auto* box = qobject_cast<QMessageBox*>(modal);
-    if (!box)
-        return false;
-    fprintf(stderr, "%s: %s\n", qPrintable(box->windowTitle()), qPrintable(box->text().simplified()));
-    box->done(QMessageBox::Ok);
-    return true;
-}
-
 int leadingInt(const QString& text, bool* ok)
 {
     return text.section(QLatin1Char(' '), 0, 0).toInt(ok);
@@ -82,6 +58,66 @@ CxScriptedRun::CxScriptedRun(QMainWindow* window, const SxOptions& options)
     m_progressTimer.setInterval(m_tty ? 250 : 1000);
     m_progressTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_progressTimer, &QTimer::timeout, this, &CxScriptedRun::showProgress);
+    // Polled, so that dialogs opened inside nested event loops are caught too.
+    m_dialogTimer.setInterval(10);
+    connect(&m_dialogTimer, &QTimer::timeout, this, &CxScriptedRun::answerDialogs);
+}
+
+void CxScriptedRun::expectDialog(std::function<bool(QWidget*)> answer)
+{
+    m_answers.push_back(std::move(answer));
+}
+
+void CxScriptedRun::answerDialogs()
+{
+    QWidget* modal = QApplication::activeModalWidget();
+    if (!modal || !modal->isVisible()) {
+        m_unanswered = nullptr;
+        return;
+    }
+    // A message box is read out and acknowledged; an error in it fails the run at its end.
+    // A question (replace the report of an earlier run?) is answered yes: the run was told
+    // where to write.
+    if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+        const QString text = QStringLiteral("%1: %2").arg(box->windowTitle(), box->text().simplified());
+        fprintf(stderr, "%s\n", qPrintable(text));
+        m_dialogs.append(text);
+        // Clicked rather than done(): the static QMessageBox functions report the button.
+        if (QAbstractButton* yes = box->button(QMessageBox::Yes)) {
+            yes->click();
+            return;
+        }
+        if (box->icon() == QMessageBox::Critical || box->icon() == QMessageBox::Warning)
+            m_failures.append(text);
+        if (QAbstractButton* ok = box->button(QMessageBox::Ok))
+            ok->click();
+        else
+            box->done(QMessageBox::Ok);
+        return;
+    }
+    // An export's progress runs inside its own dialog and ends by itself.
+    if (qobject_cast<QProgressDialog*>(modal))
+        return;
+    if (!m_answers.empty() && m_answers.front()(modal)) {
+        m_answers.pop_front();
+        return;
+    }
+    // A dialog nobody expected is closed after a grace period in which an expected one
+    // finishes setting itself up.
+    if (m_unanswered != modal) {
+        m_unanswered = modal;
+        m_unansweredFor.start();
+    } else if (m_unansweredFor.elapsed() > 3000) {
+        const QString text = QStringLiteral("%1: closed unanswered").arg(modal->windowTitle());
+        fprintf(stderr, "%s\n", qPrintable(text));
+        m_dialogs.append(text);
+        m_failures.append(text);
+        if (auto* dialog = qobject_cast<QDialog*>(modal))
+            dialog->reject();
+        else
+            modal->close();
+        m_unanswered = nullptr;
+    }
 }
 
 QWidget* CxScriptedRun::panel() const
@@ -106,6 +142,7 @@ bool CxScriptedRun::clickPanelButton(const char* objectName)
 void CxScriptedRun::fail(const QString& message)
 {
     fprintf(stderr, "lumorix-sim: %s\n", qPrintable(message));
+    m_dialogTimer.stop();
     emit finished(1);
 }
 
@@ -129,8 +166,9 @@ void CxScriptedRun::start()
         fail(QStringLiteral("no camera could be opened"));
         return;
     }
+    m_dialogTimer.start();
     if (m_options.acquisitionMode) {
-        answerModal(this, [](QWidget* modal) {
+        expectDialog([](QWidget* modal) {
             auto* dialog = qobject_cast<QDialog*>(modal);
             auto* combo = dialog ? dialog->findChild<QComboBox*>(QStringLiteral("measureMode")) : nullptr;
             if (!combo)
@@ -141,7 +179,6 @@ void CxScriptedRun::start()
         });
         clickPanelButton("btnSetup");
     }
-    answerModal(this, acknowledge);
     if (!clickPanelButton("btnStartAll")) {
         fail(QStringLiteral("\"Start All\" could not be pressed"));
         return;
@@ -150,7 +187,12 @@ void CxScriptedRun::start()
     m_progressTimer.start();
     // Halfway, a picture of the panel while it measures.
     QTimer::singleShot(int(m_options.durationSeconds * 500.0), Qt::PreciseTimer, this, [this]() {
-        m_window->grab().save(QDir(m_options.outDir).filePath(QStringLiteral("measuring.png")));
+        CxDarkTheme::fitTables(m_window);
+        const QString shot = QDir(m_options.outDir).filePath(QStringLiteral("measuring.png"));
+        QImageWriter writer(shot);
+        if (!writer.write(m_window->grab().toImage()))
+            m_failures.append(QStringLiteral("%1: the screenshot could not be written: %2")
+                                  .arg(shot, writer.errorString()));
     });
     // A coarse timer may fire up to 5 % early; the run lasts what was asked.
     QTimer::singleShot(int(m_options.durationSeconds * 1000.0), Qt::PreciseTimer, this,
@@ -189,41 +231,66 @@ void CxScriptedRun::stopAndReport()
         fail(QStringLiteral("\"Stop All\" could not be pressed"));
         return;
     }
-    // Statistics for the whole visible range, as the frozen graph shows it.
+    // The stopped axis stays where the last refresh left it, up to a refresh period short
+    // of the newest samples: the picture and the statistics end at the newest one.
+    showUpToNewestSample(kShownSeconds);
     clickPanelButton("refreshGraph");
     QApplication::processEvents();
 
+    CxDarkTheme::fitTables(m_window);
+    QApplication::processEvents();
     const QString shot = QDir(m_options.outDir).filePath(QStringLiteral("panel.png"));
-    if (!m_window->grab().save(shot)) {
-        fail(QStringLiteral("%1: the screenshot could not be written").arg(shot));
-        return;
-    }
+    QImageWriter shotWriter(shot);
+    if (!shotWriter.write(m_window->grab().toImage()))
+        m_failures.append(QStringLiteral("%1: the screenshot could not be written: %2")
+                              .arg(shot, shotWriter.errorString()));
     const QJsonArray cameras = summarise();
     if (!m_options.acquisitionMode)
         exportCsvReports();
+    m_dialogTimer.stop();
 
     const QString summaryPath = QDir(m_options.outDir).filePath(QStringLiteral("summary.json"));
     QFile summary(summaryPath);
-    if (!summary.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
-        summary.write(QJsonDocument(QJsonObject{{QStringLiteral("cameras"), cameras}}).toJson()) < 0) {
-        fail(QStringLiteral("%1: %2").arg(summaryPath, summary.errorString()));
-        return;
-    }
+    const QJsonObject document{{QStringLiteral("cameras"), cameras},
+                               {QStringLiteral("dialogs"), QJsonArray::fromStringList(m_dialogs)},
+                               {QStringLiteral("failures"), QJsonArray::fromStringList(m_failures)}};
+    const QByteArray json = QJsonDocument(document).toJson();
+    if (!summary.open(QIODevice::WriteOnly | QIODevice::Truncate) || summary.write(json) != json.size() ||
+        !summary.flush())
+        m_failures.append(QStringLiteral("%1: %2").arg(summaryPath, summary.errorString()));
     summary.close();
     printSummary(cameras);
     fprintf(stdout, "Results in %s\n", qPrintable(QDir(m_options.outDir).absolutePath()));
     fflush(stdout);
+    if (!m_failures.isEmpty()) {
+        fprintf(stderr, "lumorix-sim: the run finished, but %lld thing(s) failed:\n",
+                static_cast<long long>(m_failures.size()));
+        for (const QString& failure : std::as_const(m_failures))
+            fprintf(stderr, "  %s\n", qPrintable(failure));
+        emit finished(1);
+        return;
+    }
     emit finished(0);
+}
+
+void CxScriptedRun::showUpToNewestSample(double seconds)
+{
+    auto* plot = panel()->findChild<QCustomPlot*>(QStringLiteral("plot"));
+    double newest = std::numeric_limits<double>::quiet_NaN();
+    QMetaObject::invokeMethod(panel(), "newestSampleSeconds", Q_RETURN_ARG(double, newest));
+    if (!plot || plot->axisRectCount() == 0 || !std::isfinite(newest))
+        return;
+    // A millisecond beyond it, so that rounding microseconds never leaves it out.
+    const double upper = newest + 0.001;
+    plot->axisRect(0)->axis(QCPAxis::atBottom)->setRange(upper - seconds, upper);
 }
 
 void CxScriptedRun::exportCsvReports()
 {
     QTableWidget* table = panelTable();
-    auto* plot = panel()->findChild<QCustomPlot*>(QStringLiteral("plot"));
     // The report holds what the graph shows; the last second keeps the files a few tens of
     // megabytes instead of hundreds.
-    if (plot && plot->axisRectCount() > 0)
-        plot->axisRect(0)->axis(QCPAxis::atBottom)->setRange(-1.0, 0.0);
+    showUpToNewestSample(1.0);
     for (int row = 0; table && row < table->rowCount(); ++row) {
         auto* button = qobject_cast<QPushButton*>(table->cellWidget(row, colExport));
         const QTableWidgetItem* name = table->item(row, colCamera);
@@ -232,22 +299,21 @@ void CxScriptedRun::exportCsvReports()
         QString fileName = name->text();
         fileName.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
         const QString path = QDir(m_options.outDir).absoluteFilePath(fileName + QStringLiteral(".csv"));
-        answerModal(this, [path](QWidget* modal) {
-            if (acknowledge(modal))
-                return true;
+        expectDialog([path](QWidget* modal) {
             auto* dialog = qobject_cast<QFileDialog*>(modal);
             auto* edit = dialog ? dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")) : nullptr;
             if (!edit)
                 return false;
             edit->setText(path);
-            QMetaObject::invokeMethod(dialog, "accept");
-            return !dialog->isVisible();
+            // Queued: accepting may ask to replace a file, and that question is answered by
+            // this same timer, which does not fire while its slot runs.
+            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
+            return true;
         });
         button->click();
         fprintf(stdout, "CSV report: %s\n", qPrintable(path));
     }
-    if (auto* resetZoom = panel()->findChild<QAbstractButton*>(QStringLiteral("btnResetZoom")))
-        resetZoom->click();
+    showUpToNewestSample(kShownSeconds);
 }
 
 QJsonArray CxScriptedRun::summarise() const
@@ -282,6 +348,10 @@ QJsonArray CxScriptedRun::summarise() const
             camera.insert(QStringLiteral("linkAverage"), linkAverage);
         }
         camera.insert(QStringLiteral("counters"), counters);
+        QVariantMap run;
+        QMetaObject::invokeMethod(panel(), "runOf", Q_RETURN_ARG(QVariantMap, run),
+                                  Q_ARG(qulonglong, name->data(Qt::UserRole).toULongLong()));
+        camera.insert(QStringLiteral("run"), QJsonObject::fromVariantMap(run));
         cameras.append(camera);
     }
     return cameras;

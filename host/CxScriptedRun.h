@@ -12,6 +12,8 @@
 #include <QObject>
 #include <QString>
 #include <QTimer>
+#include <deque>
+#include <functional>
 
 class QMainWindow;
 class QTableWidget;
@@ -41,11 +43,16 @@ signals:
 private slots:
     void showProgress();
     void stopAndReport();
+    void answerDialogs();
 
 private:
     QWidget* panel() const;
     QTableWidget* panelTable() const;
     bool clickPanelButton(const char* objectName);
+    // The next dialog that `answer` recognises (returns true for) is answered by it.
+    void expectDialog(std::function<bool(QWidget*)> answer);
+    // Pans the time axis so that its last `seconds` end at the newest stored sample.
+    void showUpToNewestSample(double seconds);
     void fail(const QString& message);
     void exportCsvReports();
     QJsonArray summarise() const;
@@ -56,4 +63,13 @@ private:
     QTimer m_progressTimer;
     QElapsedTimer m_elapsed;
     bool m_tty = false;
+    // The seconds the screenshot shows: the panel's default span.
+    static constexpr double kShownSeconds = 20.0;
+    // Every dialog is answered, so that the run never waits for a person.
+    QTimer m_dialogTimer;
+    std::deque<std::function<bool(QWidget*)>> m_answers;
+    QWidget* m_unanswered = nullptr;
+    QElapsedTimer m_unansweredFor;
+    QStringList m_dialogs;  // what each dialog said, in order
+    QStringList m_failures; // what went wrong; the run exits non-zero naming them
 };
