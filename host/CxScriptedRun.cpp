@@ -167,6 +167,8 @@ void CxScriptedRun::start()
         return;
     }
     m_dialogTimer.start();
+    // The run logs go with the other results.
+    QMetaObject::invokeMethod(panel(), "setRunFolder", Q_ARG(QString, QDir(m_options.outDir).absolutePath()));
     if (m_options.acquisitionMode) {
         expectDialog([](QWidget* modal) {
             auto* dialog = qobject_cast<QDialog*>(modal);
@@ -358,6 +360,21 @@ QJsonArray CxScriptedRun::summarise() const
 }
 
 void CxScriptedRun::printSummary(const QJsonArray& cameras) const
+{
+    printTable(cameras);
+    // What each run proves, with its arithmetic.
+    for (const QJsonValue& entry : cameras) {
+        const QJsonObject camera = entry.toObject();
+        const QString verdict = camera.value("run").toObject().value("verdict").toString();
+        if (verdict.isEmpty())
+            continue;
+        fprintf(stdout, "%s:\n", qPrintable(camera.value("name").toString()));
+        for (const QString& line : verdict.split(QLatin1Char('\n')))
+            fprintf(stdout, "  %s\n", qPrintable(line));
+    }
+}
+
+void CxScriptedRun::printTable(const QJsonArray& cameras) const
 {
     auto text = [](const QJsonValue& value) {
         return value.isDouble() ? QString::number(value.toInt()) : QStringLiteral("-");

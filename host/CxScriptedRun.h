@@ -57,6 +57,7 @@ private:
     void exportCsvReports();
     QJsonArray summarise() const;
     void printSummary(const QJsonArray& cameras) const;
+    void printTable(const QJsonArray& cameras) const;
 
     QMainWindow* m_window;
     SxOptions m_options;

@@ -1,6 +1,7 @@
 // The host application as a user runs it: a scripted run without a display, the real
 // window under a virtual X server, and clear errors for bad command lines.
 
+#include "RunHistory.h"
 #include "ksSim/CxSimulation.h"
 
 #include <QFile>
@@ -76,6 +77,7 @@ private slots:
     void headlessRunLeavesScreenshotReportsAndSummary();
     void realWindowUnderAVirtualDisplay();
     void fullDiskFailsTheRunWithoutHangingIt();
+    void runLogSurvivesAKill();
     void badCommandLinesAreRefusedClearly_data();
     void badCommandLinesAreRefusedClearly();
 };
@@ -173,6 +175,47 @@ void TestHost::fullDiskFailsTheRunWithoutHangingIt()
     const QJsonArray failures =
         QJsonDocument::fromJson(summary.readAll()).object().value("failures").toArray();
     QCOMPARE(failures.size(), 1);
+}
+
+// The run log is flushed every second: a process killed mid-run leaves every complete
+// second, each line whole, readable by a later session.
+void TestHost::runLogSurvivesAKill()
+{
+    QTemporaryDir dir;
+    QProcess process;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.remove(QStringLiteral("DISPLAY"));
+    process.setProcessEnvironment(env);
+    process.start(QStringLiteral(HOST_PATH),
+                  {QStringLiteral("--duration"), QStringLiteral("60"), QStringLiteral("--camera"),
+                   QStringLiteral("usb3-left"), QStringLiteral("--out"), dir.path()});
+    const QString log = dir.filePath(QStringLiteral("KSC-2000U3_KS2102117_.log.csv"));
+    auto seconds = [&log]() {
+        QFile file(log);
+        return file.open(QIODevice::ReadOnly) ? file.readAll().count("\nsecond,") - 1 : 0;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(seconds() >= 3, 30000);
+    process.kill();
+    process.waitForFinished();
+    QFile file(log);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    QVERIFY(text.endsWith('\n'));
+    double previous = 0.0;
+    for (const QByteArray& line : text.split('\n'))
+        if (line.startsWith("second,") && !line.contains("time [s]")) {
+            QCOMPARE(line.count(','), 14);
+            const double time = line.split(',')[1].toDouble();
+            QVERIFY(time > previous && time < previous + 3.0);
+            previous = time;
+        }
+    CxRunHistory::SxTotals totals;
+    QVector<CxRunHistory::SxEvent> events;
+    QString name;
+    QString error;
+    QVERIFY2(CxRunHistory::readLog(log, &totals, &events, &name, &error), qPrintable(error));
+    QCOMPARE(name, QStringLiteral("KSC-2000U3 (KS2102117)"));
+    QVERIFY(totals.frames > 100 && qAbs(totals.linkAverage() - 380.0) < 5.0);
 }
 
 void TestHost::badCommandLinesAreRefusedClearly_data()

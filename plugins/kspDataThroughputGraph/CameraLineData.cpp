@@ -1,5 +1,7 @@
 #include "CameraLineData.h"
 
+#include "SampleModel.h"
+
 #include "PluginLog.h"
 
 #include <QCoreApplication>
@@ -51,46 +53,12 @@ enum : int
 };
 
 constexpr int kUnknownBufferSize = 32768;
-constexpr double kTicksPerUs = 250.0;
 
 // Microseconds since midnight now; 0 when the clock cannot say.
 qint64 wallClockReference()
 {
     const QTime now = QTime::currentTime();
     return now.isValid() ? qint64(now.msecsSinceStartOfDay()) * 1000 : 0;
-}
-
-// Sample i of a frame against sample i - 1: the link time between them, the speed, and the
-// offset from the frame's first sample. Every consumer (frame speeds, frame summaries, the
-// graph walk) uses these same expressions, so that their results agree bit for bit.
-struct SxSampleStep
-{
-    double dtUs;
-    double speed;
-    quint64 offset;
-};
-
-inline SxSampleStep sampleStep(const quint64* samples, quint64 i, double bytes)
-{
-    const double dtUs = double(samples[i] - samples[i - 1]) / kTicksPerUs;
-    return {dtUs, bytes / dtUs, (samples[i] - samples[0]) / 250u};
-}
-
-// The camera's buffer after one more sample: it gains `delta` bytes (loses, when negative),
-// clamped at empty and at full. Returns the fill level in percent.
-inline double modelBufferLevel(double& fill, double delta, double size, bool& overflow)
-{
-    fill += delta;
-    if (fill < 0.0) {
-        fill = 0.0;
-        return 0.0;
-    }
-    if (fill > size) {
-        fill = size;
-        overflow = true;
-        return 100.0;
-    }
-    return fill / size * 100.0;
 }
 
 // QString::number rounds an exact tie at the sixth significant digit away from zero;
@@ -731,6 +699,12 @@ bool CxCameraLineData::startMeasurement(unsigned int period, int capacity)
         restoreCameraParameters();
         return false;
     }
+    history.begin(measureMode == MeasureModeStandardAcquisition, samplePeriod, requiredThroughput,
+                  cameraBufferSize, dipThreshold);
+    QString logError;
+    if (!runLogPath.isEmpty() && !history.openLog(runLogPath, cameraName, &logError))
+        logCritical(kSource, kLineStart, kStartPrefix,
+                    QStringLiteral("The run log %1 cannot be written: %2").arg(runLogPath, logError));
     measurementRunning = true;
     stopRequested = false;
     acquisitionThread = new CxAcquisitionThread(this, measureMode);
@@ -752,6 +726,9 @@ bool CxCameraLineData::stopMeasurement()
         delete acquisitionThread;
         acquisitionThread = nullptr;
     }
+    history.finish();
+    history.writeLogLine();
+    history.openLog(QString(), QString());
     QMutexLocker lock(&dataMutex);
     if (ksApi_StopAcquisition(hCam) != 0)
         logCritical(kSource, kLineStop, kStopPrefix, QStringLiteral("ksApi_StopAcquisition failed"));
@@ -834,6 +811,8 @@ void CxCameraLineData::runMeasureLoopThrougput()
         frame->frameNumber = image.frameNumber;
         frame->timestamp = qint64(image.timestampSec) * 1000000 + qint64(image.timestampUsec) + reference;
         frame->sampleCount = sampleCount;
+        // Before the store sees it: whatever the store forgets later, the history has it.
+        history.addFrame(frame->frameNumber, frame->timestamp, frame->samples, sampleCount);
 
         QMutexLocker lock(&dataMutex);
         addFrameTime(double(frame->sampleSpan) / kTicksPerUs);
@@ -886,6 +865,10 @@ void CxCameraLineData::runMeasureLoopAcquisition()
         record->missedTrgOverlap = GetCounterValue(KS_CNT_MISSED_TRG_OVERLAP);
         record->missedTrgOverflow = GetCounterValue(KS_CNT_MISSED_TRG_OVERFLOW);
         record->bufferOverflow = GetCounterValue(KS_CNT_BUFFER_OVERFLOW);
+        const qint32 counterValues[CxRunHistory::kCounters] = {
+            record->transportSkip, record->apiSkip, record->missedTrgOverlap, record->missedTrgOverflow,
+            record->bufferOverflow};
+        history.addCounters(record->frameNumber, timestamp, counterValues);
 
         QMutexLocker lock(&dataMutex);
         counterSamples.append(record);
@@ -1201,21 +1184,23 @@ double CxCameraLineData::linkAverage()
     return ticks > 0.0 ? bytes / (ticks / kTicksPerUs) : 0.0;
 }
 
-bool CxCameraLineData::newestSample(qint64* time, quint32* frameNumber)
+bool CxCameraLineData::storedSpan(qint64* oldest, qint64* newest, quint32* newestFrame)
 {
     QMutexLocker lock(&dataMutex);
     if (measureMode == MeasureModeStandardAcquisition) {
         if (counterSamples.isEmpty())
             return false;
-        *time = counterSamples.last()->timestamp;
-        *frameNumber = counterSamples.last()->frameNumber;
+        *oldest = counterSamples.first()->timestamp;
+        *newest = counterSamples.last()->timestamp;
+        *newestFrame = counterSamples.last()->frameNumber;
         return true;
     }
     if (frames.isEmpty())
         return false;
     const CxFrameData* frame = frames.last();
-    *time = frame->timestamp + qint64(frame->sampleSpan / 250u);
-    *frameNumber = frame->frameNumber;
+    *oldest = frames.first()->timestamp;
+    *newest = frame->timestamp + qint64(frame->sampleSpan / 250u);
+    *newestFrame = frame->frameNumber;
     return true;
 }
 

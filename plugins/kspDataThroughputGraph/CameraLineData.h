@@ -18,6 +18,7 @@
 //   per captured image; stopMeasurement waits for the worker before it stops the camera.
 #pragma once
 
+#include "RunHistory.h"
 #include "ksApi.h"
 
 #include <QList>
@@ -167,9 +168,9 @@ public:
     // weights each frame by its duration (avgThroughput averages the frames' speeds).
     double linkAverage();
 
-    // When the newest stored sample was taken (microseconds since midnight, as the stores
-    // hold it) and its frame; false when nothing is stored.
-    bool newestSample(qint64* time, quint32* frameNumber);
+    // When the oldest and the newest stored sample were taken (microseconds since midnight,
+    // as the stores hold them) and the newest one's frame; false when nothing is stored.
+    bool storedSpan(qint64* oldest, qint64* newest, quint32* newestFrame);
 
     // CSV report of the throughput samples in [start, end] (GUI thread).
     void exportDataToFile(const QString& fileName, QWidget* parent, long long start, long long end);
@@ -208,6 +209,12 @@ public:
     double maxBufferLevel = 0.0;
     quint64 bufferOverflowCount = 0;
     QMutex dataMutex;
+    // The whole run, beyond what the store keeps; it has its own lock.
+    CxRunHistory history;
+    // Where a run appends its log, one line a second; empty: no log. Set between runs.
+    QString runLogPath;
+    // Link speeds below this count as dips (MB/s); 0: the required throughput.
+    double dipThreshold = 0.0;
     // Exports reading the store now, and the frames trimmed or cleared meanwhile, freed when
     // the last export ends (under dataMutex).
     int exportsRunning = 0;

@@ -9,15 +9,20 @@
 #include "ui_DataGraphForm.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QIntValidator>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QStyle>
 #include <QTime>
 #include <QTranslator>
@@ -178,6 +183,15 @@ CxDataGraphForm::CxDataGraphForm(QWidget* parent) : QWidget(parent), ui(new Ui_C
 
     refreshTimer.setInterval(1000);
     refreshTimer.start();
+    // Its own timer: the refresh may be off, the log never is.
+    connect(&runLogTimer, &QTimer::timeout, this, &CxDataGraphForm::writeRunLogs);
+    runLogTimer.start(1000);
+    // The run history of a camera from its row or its plot; the panel's own widgets and
+    // texts stay as they are.
+    ui->table->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(ui->table, &QWidget::customContextMenuRequested, this, &CxDataGraphForm::onTableContextMenu);
+    ui->plot->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(ui->plot, &QWidget::customContextMenuRequested, this, &CxDataGraphForm::onPlotContextMenu);
 
     timeAxisUpper = 0.0;
     timeAxisLower = -20.0;
@@ -331,6 +345,9 @@ void CxDataGraphForm::releaseCameraLine(KSCORE_HANDLE hCam)
     CxCameraLineData* line = cameraLines.take(hCam);
     if (!line)
         return;
+    // Its history window keeps what it shows, but reads the line no more.
+    if (CxRunHistoryDlg* window = historyWindows.take(hCam))
+        window->detach();
     line->stopMeasurement();
     bool exporting = false;
     {
@@ -771,9 +788,10 @@ double CxDataGraphForm::newestSampleSeconds()
 {
     double newest = std::numeric_limits<double>::quiet_NaN();
     for (CxCameraLineData* line : std::as_const(cameraLines)) {
+        qint64 oldest = 0;
         qint64 time = 0;
         quint32 frame = 0;
-        if (line->newestSample(&time, &frame)) {
+        if (line->storedSpan(&oldest, &time, &frame)) {
             const double seconds = double(time - timeAxisReference) / 1e6;
             if (!(seconds <= newest))
                 newest = seconds;
@@ -786,11 +804,138 @@ QVariantMap CxDataGraphForm::runOf(qulonglong hCam)
 {
     QVariantMap run;
     CxCameraLineData* line = cameraLines.value(reinterpret_cast<KSCORE_HANDLE>(quintptr(hCam)));
-    qint64 time = 0;
+    if (!line)
+        return run;
+    qint64 oldest = 0;
+    qint64 newest = 0;
     quint32 frame = 0;
-    if (line && line->newestSample(&time, &frame))
+    if (line->storedSpan(&oldest, &newest, &frame))
         run.insert(QStringLiteral("newestFrame"), frame);
+    const CxRunHistory::SxTotals t = line->history.totals();
+    const CxRunHistory::SxVerdict verdict = CxRunHistory::verdict(t);
+    run.insert(QStringLiteral("durationSeconds"), double(t.durationUs) / 1e6);
+    run.insert(QStringLiteral("frames"), t.frames);
+    run.insert(QStringLiteral("events"), t.events);
+    if (t.acquisition) {
+        static const char* const names[CxRunHistory::kCounters] = {
+            "transportSkip", "apiSkip", "missedTriggerOverlap", "missedTriggerOverflow", "bufferOverflow"};
+        QVariantMap increases;
+        for (int k = 0; k < CxRunHistory::kCounters; ++k)
+            increases.insert(QLatin1String(names[k]), t.counterIncrease[k]);
+        run.insert(QStringLiteral("counterIncrease"), increases);
+    } else {
+        run.insert(QStringLiteral("bytes"), t.bytes);
+        run.insert(QStringLiteral("linkAverage"), t.linkAverage());
+        run.insert(QStringLiteral("lowestSpeed"), t.lowestSpeed);
+        run.insert(QStringLiteral("lowestSpeedAtSeconds"), double(t.lowestSpeedAtUs) / 1e6);
+        run.insert(QStringLiteral("highestLevel"), t.highestLevel);
+        run.insert(QStringLiteral("highestLevelAtSeconds"), double(t.highestLevelAtUs) / 1e6);
+        run.insert(QStringLiteral("overflows"), t.overflows);
+        run.insert(QStringLiteral("headroom"), verdict.headroom);
+        if (verdict.bufferLastsSeconds >= 0.0)
+            run.insert(QStringLiteral("bufferLastsSeconds"), verdict.bufferLastsSeconds);
+    }
+    run.insert(QStringLiteral("upperRatePerHour95"), verdict.upperPerHour);
+    run.insert(QStringLiteral("verdict"), verdict.text);
     return run;
+}
+
+void CxDataGraphForm::setRunFolder(const QString& folder)
+{
+    runFolder = folder;
+}
+
+QString CxDataGraphForm::newRunFolder() const
+{
+    if (!runFolder.isEmpty())
+        return runFolder;
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation))
+        .filePath(QStringLiteral("runs/") +
+                  QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")));
+}
+
+void CxDataGraphForm::prepareRunLog(CxCameraLineData* line, const QString& folder)
+{
+    QString fileName = line->cameraName;
+    fileName.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
+    line->runLogPath = QDir(folder).filePath(fileName + QStringLiteral(".log.csv"));
+}
+
+void CxDataGraphForm::writeRunLogs()
+{
+    for (CxCameraLineData* line : std::as_const(cameraLines))
+        if (line->isMeasurementRunning())
+            line->history.writeLogLine();
+}
+
+CxHistoryPlot::SxView CxDataGraphForm::historyView(CxCameraLineData* line, QCPAxisRect* rect)
+{
+    CxHistoryPlot::SxView view;
+    GetTimeAxisRange(&view.fromUs, &view.toUs);
+    qint64 newest = 0;
+    quint32 frame = 0;
+    if (!line->storedSpan(&view.storedFromUs, &newest, &frame))
+        view.storedFromUs = std::numeric_limits<qint64>::max();
+    view.axisUpper = rect->axis(QCPAxis::atBottom)->range().upper;
+    view.pixels = qMax(1, ui->plot->width());
+    return view;
+}
+
+void CxDataGraphForm::onTableContextMenu(const QPoint& pos)
+{
+    const int row = ui->table->rowAt(pos.y());
+    for (auto it = m_records.cbegin(); it != m_records.cend(); ++it)
+        if (it->nameItem && it->nameItem->row() == row && row >= 0) {
+            QMenu menu(this);
+            const KSCORE_HANDLE hCam = it.key();
+            menu.addAction(tr("Run history..."), this, [this, hCam]() { showRunHistory(quintptr(hCam)); });
+            menu.exec(ui->table->viewport()->mapToGlobal(pos));
+            return;
+        }
+}
+
+void CxDataGraphForm::onPlotContextMenu(const QPoint& pos)
+{
+    for (auto it = m_records.cbegin(); it != m_records.cend(); ++it)
+        if (it->plot && it->plot->outerRect().contains(pos)) {
+            QMenu menu(this);
+            const KSCORE_HANDLE hCam = it.key();
+            menu.addAction(tr("Run history..."), this, [this, hCam]() { showRunHistory(quintptr(hCam)); });
+            menu.exec(ui->plot->mapToGlobal(pos));
+            return;
+        }
+}
+
+void CxDataGraphForm::showRunHistory(qulonglong handle)
+{
+    const auto hCam = reinterpret_cast<KSCORE_HANDLE>(quintptr(handle));
+    CxCameraLineData* line = cameraLines.value(hCam);
+    if (!line)
+        return;
+    QPointer<CxRunHistoryDlg>& window = historyWindows[hCam];
+    if (!window) {
+        window = new CxRunHistoryDlg(line->cameraName, &line->history, this);
+        window->setAttribute(Qt::WA_DeleteOnClose);
+        connect(window, &CxRunHistoryDlg::zoomRequested, this, &CxDataGraphForm::zoomToRunTime);
+    }
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+void CxDataGraphForm::zoomToRunTime(qint64 startOfDayUs, qint64 fromUs, qint64 toUs)
+{
+    // A following graph would carry the event out of view within seconds.
+    if (ui->checkBoxLiveGraph->isChecked() && anyMeasurementRunning())
+        ui->checkBoxLiveGraph->setChecked(false);
+    followCurrentTime();
+    // The event and as much again on either side, at least 20 ms.
+    const qint64 margin = std::max<qint64>((toUs - fromUs), 10000);
+    const double lower = double(startOfDayUs + fromUs - margin - timeAxisReference) / 1e6;
+    const double upper = double(startOfDayUs + toUs + margin - timeAxisReference) / 1e6;
+    for (QCPAxisRect* rect : ui->plot->axisRects())
+        rect->axis(QCPAxis::atBottom)->setRange(lower, upper);
+    updateGraph();
 }
 
 QCPAxisRect* CxDataGraphForm::GetCameraPlot(void* hCam)
@@ -1025,6 +1170,7 @@ void CxDataGraphForm::updateGraph()
     QMutexLocker lock(&graphMutex);
     followCurrentTime();
     ui->plot->clearGraphs();
+    CxHistoryPlot::clear(ui->plot);
 
     if (measureMode == MeasureModeStandardAcquisition) {
         for (auto it = cameraLines.cbegin(); it != cameraLines.cend(); ++it) {
@@ -1042,6 +1188,15 @@ void CxDataGraphForm::updateGraph()
                     graphs[series.selector] =
                         AddStandardAcqPlot(hCam, QLatin1String(series.name), series.selector, series.color);
             const QCPRange timeRange = rect->axis(QCPAxis::atBottom)->range();
+            QColor historyColors[CxRunHistory::kCounters];
+            for (const SxCounterSeries& series : kCounterSeries)
+                if (graphs[series.selector]) {
+                    const int k =
+                        series.selector < KS_CNT_TRANSFERRED ? series.selector : series.selector - 1;
+                    historyColors[k] = series.color;
+                }
+            CxHistoryPlot::drawCounters(ui->plot, rect, line->history, historyView(line, rect),
+                                        historyColors);
             if (!line->calculateGraphsAcquisition(graphs[0], graphs[1], graphs[3], graphs[4], graphs[5],
                                                   &timeRange, start, end, msPerPixel(rect)))
                 continue;
@@ -1108,6 +1263,11 @@ void CxDataGraphForm::updateGraph()
             UpdateVertAxisInformation(hCam, rect);
             drawn = true;
         }
+        // Before the oldest stored frame, the run's history.
+        drawn = CxHistoryPlot::drawThroughput(ui->plot, rect, line->history, historyView(line, rect),
+                                              minGraph ? kMinThroughputColor : QColor(),
+                                              bufferGraph ? kBufferLevelColor : QColor()) ||
+                drawn;
     }
     if (drawn)
         ui->plot->replot(QCustomPlot::rpQueuedRefresh);
@@ -1247,6 +1407,7 @@ void CxDataGraphForm::onBtnMeasure()
         showProgress(box, tr("Starting measurement"),
                      QStringLiteral("Starting camera %1...").arg(line->cameraName));
         UpdateCameraAutoTransport(hCam);
+        prepareRunLog(line, newRunFolder());
         if (!line->startMeasurement(uint(samplePeriod), maxSamples)) {
             box->hide();
             showStartFailure(line);
@@ -1270,6 +1431,7 @@ void CxDataGraphForm::on_btnStartAll_clicked()
 
     if (ui->btnStartAll->text() == QLatin1String("Start All")) {
         bool failed = false;
+        const QString folder = newRunFolder(); // the cameras started together log together
         for (KSCORE_HANDLE hCam : opened) {
             CxCameraLineData* line = cameraLines.value(hCam);
             if (!line || line->isMeasurementRunning())
@@ -1277,6 +1439,7 @@ void CxDataGraphForm::on_btnStartAll_clicked()
             showProgress(box, tr("Starting measurement"),
                          QStringLiteral("Starting camera %1...").arg(line->cameraName));
             UpdateCameraAutoTransport(hCam);
+            prepareRunLog(line, folder);
             if (!line->startMeasurement(uint(samplePeriod), maxSamples)) {
                 showStartFailure(line);
                 failed = true;

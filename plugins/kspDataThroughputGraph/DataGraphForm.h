@@ -9,6 +9,8 @@
 #pragma once
 
 #include "CameraLineData.h"
+#include "HistoryPlot.h"
+#include "RunHistoryDlg.h"
 #include "ksApi.h"
 
 #include <QCheckBox>
@@ -18,6 +20,7 @@
 #include <QMap>
 #include <QMetaType>
 #include <QMutex>
+#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 #include <qcustomplot.h>
@@ -97,6 +100,11 @@ public:
     Q_INVOKABLE double newestSampleSeconds();
     // What a host's report says of a camera's run beyond the table: the newest stored frame.
     Q_INVOKABLE QVariantMap runOf(qulonglong hCam);
+    // The folder the next runs write their logs to (one file per camera); empty: a new
+    // folder under the application's data folder for each start.
+    Q_INVOKABLE void setRunFolder(const QString& folder);
+    // The run history window of a camera, opened (or raised) beside the panel.
+    Q_INVOKABLE void showRunHistory(qulonglong hCam);
     bool IsPlotEnabled(QString name);
 
     Ui_CxDataGraphForm* ui;
@@ -143,6 +151,10 @@ private slots:
     void on_refreshGraph_clicked();
     void on_btnStartAll_clicked();
     void on_plotChangeZoom(QCPRange range);
+    void writeRunLogs();
+    void onTableContextMenu(const QPoint& pos);
+    void onPlotContextMenu(const QPoint& pos);
+    void zoomToRunTime(qint64 startOfDayUs, qint64 fromUs, qint64 toUs);
 
 private:
     // What the form keeps of one camera's row and plot, so that finding them never scans the
@@ -191,6 +203,14 @@ private:
     bool findVertAxisControls(KSCORE_HANDLE hCam, QCheckBox** check, QLineEdit** minEdit,
                               QLineEdit** maxEdit);
     void clearPlotLayout();
+
+    // The run history and its log.
+    QString newRunFolder() const;
+    void prepareRunLog(CxCameraLineData* line, const QString& folder);
+    CxHistoryPlot::SxView historyView(CxCameraLineData* line, QCPAxisRect* rect);
+    QString runFolder;
+    QTimer runLogTimer;
+    QMap<KSCORE_HANDLE, QPointer<CxRunHistoryDlg>> historyWindows;
 
     // Live update.
     void updateStats();

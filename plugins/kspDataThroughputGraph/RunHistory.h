@@ -1,0 +1,194 @@
+// The whole run of one camera, however long, in bounded memory: what the sample store forgets
+// within seconds on a fast link is folded here frame by frame as the worker stores it.
+//
+// - Buckets of 10 ms for the last 10 minutes and of 1 s for the whole run. A bucket keeps the
+//   minimum link speed and the highest modelled buffer level of every sample in it (a 1 ms
+//   dip still shows at 1 s), the bytes and link time, the overflowing frames; in the
+//   acquisition mode the increase of each counter.
+// - Events: dips (the link below a threshold between two samples, or between two frames),
+//   frames whose modelled buffer ran full, counter increases; every one up to kMaxEvents,
+//   then counted only. The worst events keep the samples around their start (snapshots),
+//   so that they can be looked at sample by sample long after the store moved on.
+// - Totals, exact: frames, bytes over link time, the lowest speed and the highest level and
+//   when they happened.
+//
+// Times are microseconds after the run's first sample (64-bit, so nothing wraps). The worker
+// writes, the GUI thread reads; `mutex` guards everything.
+#pragma once
+
+#include <QMutex>
+#include <QString>
+#include <QVector>
+#include <deque>
+#include <vector>
+
+class QFile;
+
+class CxRunHistory
+{
+public:
+    static constexpr qint64 kFineUs = 10000;     // 10 ms
+    static constexpr int kFineBuckets = 60000;   // 10 minutes of them
+    static constexpr qint64 kCoarseUs = 1000000; // 1 s
+    static constexpr int kMaxEvents = 100000;
+    static constexpr int kMaxSnapshots = 128;
+    static constexpr int kSnapshotSamples = 4096; // around an event's start
+    static constexpr int kCounters = 5;           // transport skip, API skip, overlap, overflow x2
+
+    enum ExEventKind : quint8
+    {
+        EventDip,
+        EventOverflow,
+        EventCounter,
+    };
+
+    struct SxBucket
+    {
+        float minSpeed = 3.4e38f; // MB/s
+        float maxLevel = 0.0f;    // %
+        float megabytes = 0.0f;
+        float linkSeconds = 0.0f;
+        quint32 overflows = 0; // frames; in the acquisition mode unused
+        bool empty() const { return linkSeconds == 0.0f && overflows == 0; }
+    };
+    struct SxCounterBucket
+    {
+        quint32 increase[kCounters] = {};
+    };
+
+    struct SxEvent
+    {
+        ExEventKind kind = EventDip;
+        qint8 counter = -1; // EventCounter: 0..4 as in SxTotals::counterIncrease
+        qint64 startUs = 0; // after the run's first sample
+        qint64 durationUs = 0;
+        double depth = 0.0; // the lowest speed (MB/s), the highest level (%), or the count
+        quint64 count = 1;  // frames or counter increase
+    };
+
+    struct SxSnapshot
+    {
+        SxEvent event;
+        qint64 firstUs = 0;           // time of samples[0], after the run's first sample
+        std::vector<quint64> samples; // device ticks
+    };
+
+    struct SxTotals
+    {
+        bool acquisition = false;
+        qint64 startOfDayUs = -1; // the run's first sample, microseconds since midnight; -1: none yet
+        qint64 durationUs = 0;
+        quint64 frames = 0;
+        double bytes = 0.0;
+        double linkUs = 0.0;
+        double lowestSpeed = 0.0; // MB/s; 0 with no step
+        qint64 lowestSpeedAtUs = 0;
+        double highestLevel = 0.0;
+        qint64 highestLevelAtUs = 0;
+        quint64 overflows = 0; // frames whose modelled buffer ran full
+        quint64 counterIncrease[kCounters] = {};
+        qint32 firstCounters[kCounters] = {}; // as the run's first record read them
+        quint64 events = 0;                   // all found, kept or not
+        quint32 samplePeriod = 0;
+        qint32 required = 0;
+        qint32 bufferSize = 0;
+        double dipThreshold = 0.0;
+        double linkAverage() const { return linkUs > 0.0 ? bytes / linkUs : 0.0; }
+    };
+
+    // What the totals prove; numbers for reports and a sentence that shows the arithmetic.
+    struct SxVerdict
+    {
+        quint64 events = 0; // overflows, or counter increases in the acquisition mode
+        double hours = 0.0;
+        double upperPerHour = 0.0;        // 95 % upper bound of the event rate
+        double headroom = 0.0;            // link average over required throughput; 0: unknown
+        double bufferLastsSeconds = -1.0; // -1: the link keeps up
+        QString text;
+    };
+
+    CxRunHistory();
+    ~CxRunHistory();
+    CxRunHistory(const CxRunHistory&) = delete;
+    CxRunHistory& operator=(const CxRunHistory&) = delete;
+
+    // A new run: everything before is dropped. A threshold of 0 takes `required`.
+    void begin(bool acquisition, quint32 samplePeriod, qint32 required, qint32 bufferSize,
+               double dipThreshold = 0.0);
+    // Worker: one stored throughput frame (samples in device ticks, timestamp in microseconds
+    // since midnight), or one acquisition record with its five counters.
+    void addFrame(quint32 frameNumber, qint64 timestamp, const quint64* samples, quint64 sampleCount);
+    void addCounters(quint32 frameNumber, qint64 timestamp, const qint32 counters[kCounters]);
+    // Closes an open dip, as the run ends.
+    void finish();
+
+    SxTotals totals() const;
+    QVector<SxEvent> events() const;
+    // Fine buckets when [fromUs, toUs) lies in the last 10 minutes, coarse ones otherwise;
+    // returns the bucket length used and fills `out` (bucket start times in `starts`).
+    qint64 buckets(qint64 fromUs, qint64 toUs, QVector<qint64>* starts, QVector<SxBucket>* out,
+                   QVector<SxCounterBucket>* counters = nullptr) const;
+    // Copies of the snapshots that overlap [fromUs, toUs).
+    std::vector<SxSnapshot> snapshots(qint64 fromUs, qint64 toUs) const;
+    // Bytes held; grows by the coarse buckets only.
+    qint64 memoryBytes() const;
+
+    static SxVerdict verdict(const SxTotals& totals);
+    // The 95 % upper bound of a Poisson mean with `k` events seen.
+    static double poissonUpper95(quint64 k);
+    static QString durationText(qint64 us);
+
+    // The run log: one line per call (each second) with the totals, and the events that ended
+    // since the last call; flushed at once. Empty `path` closes it.
+    bool openLog(const QString& path, const QString& cameraName, QString* error = nullptr);
+    void writeLogLine();
+    // Reads a log back: its totals (last complete line) and events.
+    static bool readLog(const QString& path, SxTotals* totals, QVector<SxEvent>* events, QString* cameraName,
+                        QString* error);
+
+    mutable QMutex mutex;
+
+private:
+    void foldStep(qint64 atUs, double speed, double level, double bytes, double linkUs);
+    void closeFineBucket();
+    SxBucket& coarse(qint64 atUs);
+    void addEvent(const SxEvent& event);
+    void endDip();
+    // False when the snapshots kept are all worse than `event`; otherwise drops the least bad
+    // one if they are full.
+    bool makeRoomFor(const SxEvent& event);
+    // The samples of a frame around `index`.
+    static SxSnapshot window(const SxEvent& event, const quint64* samples, quint64 count, quint64 index,
+                             qint64 baseUs);
+
+    SxTotals m_totals;
+    std::vector<SxBucket> m_coarse;
+    std::vector<SxCounterBucket> m_coarseCounters;
+    std::vector<SxBucket> m_fine;
+    std::vector<SxCounterBucket> m_fineCounters;
+    std::vector<qint64> m_fineIndex; // which 10 ms bucket a slot holds; -1: none
+    QVector<SxEvent> m_events;
+    int m_eventsLogged = 0;
+    std::vector<SxSnapshot> m_snapshots;
+
+    // The open dip and the frame-level state the next frame continues from.
+    bool m_inDip = false;
+    SxEvent m_dip;
+    SxSnapshot m_pending; // samples around the open dip's start
+    // The frame the open dip started in, while it is being folded: copied only when needed.
+    const quint64* m_pendingFrame = nullptr;
+    quint64 m_pendingCount = 0;
+    quint64 m_pendingIndex = 0;
+    qint64 m_pendingBaseUs = 0;
+    int m_openOverflow = -1; // the event of the overflowing frames going on, or -1
+    SxBucket m_cur;          // the 10 ms bucket filling now
+    qint64 m_curIndex = -1;
+    bool m_haveLast = false;
+    quint32 m_lastFrame = 0;
+    quint64 m_lastTick = 0;
+    qint64 m_lastUs = 0;
+    bool m_lastOverflowed = false;
+    qint32 m_lastCounters[kCounters] = {};
+
+    QFile* m_log = nullptr;
+};

@@ -1,0 +1,194 @@
+#include "RunHistoryDlg.h"
+
+#include "ui_RunHistoryDlg.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QMessageBox>
+#include <QStandardPaths>
+#include <QTime>
+
+namespace {
+
+enum : int
+{
+    colStart,
+    colDuration,
+    colKind,
+    colDepth,
+    colCount,
+};
+
+const char* const kCounterNames[CxRunHistory::kCounters] = {
+    QT_TRANSLATE_NOOP("CxRunHistoryDlg", "Transport skip"), QT_TRANSLATE_NOOP("CxRunHistoryDlg", "API skip"),
+    QT_TRANSLATE_NOOP("CxRunHistoryDlg", "Missed trg. overlap"),
+    QT_TRANSLATE_NOOP("CxRunHistoryDlg", "Missed trg overflow"),
+    QT_TRANSLATE_NOOP("CxRunHistoryDlg", "Buffer overflow")};
+
+// An item that sorts by its number, not its text.
+QTableWidgetItem* numberItem(double value, const QString& text)
+{
+    auto* item = new QTableWidgetItem;
+    item->setData(Qt::EditRole, value);
+    item->setData(Qt::DisplayRole, text);
+    item->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    return item;
+}
+
+QString timeOfDay(qint64 startOfDayUs, qint64 us)
+{
+    return QTime::fromMSecsSinceStartOfDay(int(((startOfDayUs + us) / 1000) % 86400000))
+        .toString(QStringLiteral("HH:mm:ss.zzz"));
+}
+
+} // namespace
+
+CxRunHistoryDlg::CxRunHistoryDlg(const QString& cameraName, const CxRunHistory* history, QWidget* parent)
+    : QDialog(parent), ui(new Ui_CxRunHistoryDlg), m_cameraName(cameraName), m_history(history)
+{
+    ui->setupUi(this);
+    setWindowTitle(tr("Run history of %1").arg(cameraName));
+    ui->events->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    ui->events->horizontalHeader()->setStretchLastSection(true);
+    ui->events->verticalHeader()->hide();
+    connect(ui->events, &QTableWidget::cellDoubleClicked, this, &CxRunHistoryDlg::onEventActivated);
+    connect(ui->btnOpenLog, &QPushButton::clicked, this, &CxRunHistoryDlg::onOpenLog);
+    connect(&m_timer, &QTimer::timeout, this, &CxRunHistoryDlg::refresh);
+    if (m_history) {
+        m_timer.start(1000);
+        refresh();
+    }
+}
+
+CxRunHistoryDlg::~CxRunHistoryDlg()
+{
+    delete ui;
+}
+
+void CxRunHistoryDlg::detach()
+{
+    m_timer.stop();
+    m_history = nullptr;
+}
+
+int CxRunHistoryDlg::eventRows() const
+{
+    return ui->events->rowCount();
+}
+
+void CxRunHistoryDlg::refresh()
+{
+    if (m_history)
+        present(m_history->totals(), m_history->events());
+}
+
+bool CxRunHistoryDlg::openLog(const QString& path)
+{
+    CxRunHistory::SxTotals totals;
+    QVector<CxRunHistory::SxEvent> events;
+    QString name;
+    QString error;
+    if (!CxRunHistory::readLog(path, &totals, &events, &name, &error)) {
+        QMessageBox::warning(this, tr("Open Run Log"), tr("%1 cannot be read:\n%2").arg(path, error));
+        return false;
+    }
+    detach();
+    m_cameraName = name;
+    setWindowTitle(tr("Run log of %1: %2").arg(name, QDir::toNativeSeparators(path)));
+    m_shownEvents = -1;
+    present(totals, events);
+    return true;
+}
+
+void CxRunHistoryDlg::onOpenLog()
+{
+    const QString runs = QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation))
+                             .filePath(QStringLiteral("runs"));
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open Run Log"), runs,
+                                                      tr("Run logs (*.log.csv);;CSV files (*.csv)"));
+    if (!path.isEmpty())
+        openLog(path);
+}
+
+void CxRunHistoryDlg::present(const CxRunHistory::SxTotals& t, const QVector<CxRunHistory::SxEvent>& events)
+{
+    // A log's run has no place on the graph of this session.
+    m_startOfDayUs = m_history ? t.startOfDayUs : -1;
+    QString facts;
+    auto row = [&facts](const QString& name, const QString& value) {
+        facts +=
+            QStringLiteral("<tr><td>%1</td><td>&nbsp;&nbsp;%2</td></tr>").arg(name.toHtmlEscaped(), value);
+    };
+    if (t.startOfDayUs >= 0 && m_history)
+        row(tr("Start"), timeOfDay(t.startOfDayUs, 0));
+    row(tr("Duration"), CxRunHistory::durationText(t.durationUs));
+    row(tr("Frames"), QString::number(t.frames));
+    if (t.acquisition) {
+        for (int k = 0; k < CxRunHistory::kCounters; ++k)
+            row(tr(kCounterNames[k]), QString::number(t.counterIncrease[k]));
+    } else {
+        row(tr("Bytes"), QStringLiteral("%1 GB").arg(t.bytes / 1e9, 0, 'f', 3));
+        row(tr("Link average"), QStringLiteral("%1 MB/s").arg(t.linkAverage(), 0, 'f', 1));
+        row(tr("Lowest speed"), tr("%1 MB/s at %2 s")
+                                    .arg(t.lowestSpeed, 0, 'f', 1)
+                                    .arg(double(t.lowestSpeedAtUs) / 1e6, 0, 'f', 3));
+        row(tr("Highest buffer level"), tr("%1 % at %2 s")
+                                            .arg(t.highestLevel, 0, 'f', 1)
+                                            .arg(double(t.highestLevelAtUs) / 1e6, 0, 'f', 3));
+        row(tr("Buffer overflows"), QString::number(t.overflows));
+    }
+    row(tr("Events"), t.events > quint64(events.size())
+                          ? tr("%1 (the first %2 listed)").arg(t.events).arg(events.size())
+                          : QString::number(t.events));
+    ui->summary->setText(QStringLiteral("<table>%1</table>").arg(facts));
+    ui->verdict->setText(CxRunHistory::verdict(t).text);
+
+    // The table is rebuilt only when events were added, so that a sort or a selection holds.
+    if (events.size() == m_shownEvents)
+        return;
+    m_shownEvents = events.size();
+    ui->events->setSortingEnabled(false);
+    ui->events->setRowCount(events.size());
+    for (int i = 0; i < events.size(); ++i) {
+        const CxRunHistory::SxEvent& e = events[i];
+        QString kind;
+        QString depth;
+        switch (e.kind) {
+        case CxRunHistory::EventDip:
+            kind = tr("Dip");
+            depth = tr("%1 MB/s").arg(e.depth, 0, 'f', 1);
+            break;
+        case CxRunHistory::EventOverflow:
+            kind = tr("Buffer overflow");
+            depth = tr("%1 frames").arg(e.count);
+            break;
+        case CxRunHistory::EventCounter:
+            kind = tr(kCounterNames[qBound(0, int(e.counter), CxRunHistory::kCounters - 1)]);
+            depth = tr("+%1").arg(e.count);
+            break;
+        }
+        auto* start = numberItem(double(e.startUs) / 1e6, QString::number(double(e.startUs) / 1e6, 'f', 3));
+        start->setData(Qt::UserRole, e.startUs);
+        start->setData(Qt::UserRole + 1, e.durationUs);
+        ui->events->setItem(i, colStart, start);
+        ui->events->setItem(
+            i, colDuration,
+            numberItem(double(e.durationUs) / 1e3, QString::number(double(e.durationUs) / 1e3, 'f', 3)));
+        ui->events->setItem(i, colKind, new QTableWidgetItem(kind));
+        ui->events->setItem(i, colDepth, numberItem(e.depth, depth));
+        ui->events->setItem(i, colCount, numberItem(double(e.count), QString::number(e.count)));
+    }
+    ui->events->setSortingEnabled(true);
+}
+
+void CxRunHistoryDlg::onEventActivated(int row)
+{
+    const QTableWidgetItem* start = ui->events->item(row, colStart);
+    if (!start || m_startOfDayUs < 0)
+        return;
+    const qint64 from = start->data(Qt::UserRole).toLongLong();
+    const qint64 duration = start->data(Qt::UserRole + 1).toLongLong();
+    emit zoomRequested(m_startOfDayUs, from, from + duration);
+}

@@ -1,0 +1,247 @@
+// The whole-run history: fed a day of frames it keeps the run's true extremes and averages,
+// loses nothing while the store turns over, finds dips, stalls and overflows where they are,
+// states what they prove, and the panel draws it before the store without a wrap.
+
+#include "DataGraphForm.h"
+#include "EngineTestSupport.h"
+#include "PanelTestSupport.h"
+#include "SampleModel.h"
+
+#include <QtTest>
+#include <random>
+#include <vector>
+
+using namespace enginetest;
+using namespace simtest;
+using namespace paneltest;
+
+namespace {
+
+constexpr quint32 kPeriod = 1 << 20; // 1 MiB between samples keeps a day to 3e7 steps
+constexpr int kSteps = 100;
+
+// Ticks for one sample period at `rate` MB/s.
+quint64 ticksAt(double rate)
+{
+    return quint64(double(kPeriod) / rate * kTicksPerUs);
+}
+
+// A frame of kSteps + 1 samples from `tick`, at `rate` except for steps [slowFrom, slowTo)
+// at `slowRate`.
+std::vector<quint64> frame(quint64 tick, double rate, int slowFrom = 0, int slowTo = 0, double slowRate = 0.0)
+{
+    std::vector<quint64> samples(kSteps + 1);
+    samples[0] = tick;
+    for (int i = 1; i <= kSteps; ++i)
+        samples[size_t(i)] = samples[size_t(i) - 1] + ticksAt(i > slowFrom && i <= slowTo ? slowRate : rate);
+    return samples;
+}
+
+} // namespace
+
+class TestHistory : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { closeAll(); }
+
+    void aDayOfFramesIsKeptExactlyInBoundedMemory();
+    void eventsAreFoundWithTheirStartDurationAndDepth();
+    void nothingEscapesAStoreThatTurnsOver();
+    void verdictShowsItsArithmetic();
+    void panelDrawsTheHistoryBeforeTheStoreWithoutAWrap();
+};
+
+void TestHistory::aDayOfFramesIsKeptExactlyInBoundedMemory()
+{
+    CxRunHistory history;
+    const qint32 required = 300;
+    const qint32 buffer = 64 << 20;
+    history.begin(false, kPeriod, required, buffer);
+    // The walk every frame fed is checked against, in the engine's own arithmetic.
+    double lowest = 1e300;
+    double highest = 0.0;
+    quint64 overflows = 0;
+    double bytes = 0.0;
+    double linkUs = 0.0;
+    quint64 tick = 1000;
+    qint64 timestamp = 0;
+    quint32 number = 0;
+    std::mt19937 random(7);
+    while (timestamp < 86400LL * 1000000) {
+        // Now and then a dip of a few steps, deep enough to overflow the buffer at times.
+        const bool dip = random() % 5000 == 0;
+        const std::vector<quint64> samples =
+            dip ? frame(tick, 400.0, 10, 10 + int(random() % 80), 20.0 + double(random() % 200))
+                : frame(tick, 400.0);
+        history.addFrame(number++, timestamp, samples.data(), samples.size());
+        double fill = 0.0;
+        bool overflow = false;
+        for (size_t i = 1; i < samples.size(); ++i) {
+            const SxSampleStep step = sampleStep(samples.data(), i, double(kPeriod));
+            lowest = std::min(lowest, step.speed);
+            highest = std::max(highest,
+                               modelBufferLevel(fill, step.dtUs * (required - step.speed), buffer, overflow));
+        }
+        overflows += overflow ? 1 : 0;
+        bytes += double(kPeriod) * kSteps;
+        linkUs += double(samples.back() - samples.front()) / kTicksPerUs;
+        timestamp += qint64((samples.back() - samples.front()) / 250u) + 1;
+        tick = samples.back() + ticksAt(400.0);
+    }
+    history.finish();
+    const CxRunHistory::SxTotals totals = history.totals();
+    QCOMPARE(totals.frames, quint64(number));
+    QCOMPARE(totals.lowestSpeed, lowest);
+    QCOMPARE(totals.highestLevel, highest);
+    QCOMPARE(totals.overflows, overflows);
+    QVERIFY(overflows > 0 && lowest < 50.0);
+    QCOMPARE(totals.linkAverage(), bytes / linkUs);
+    QVERIFY(totals.durationUs >= 86400LL * 1000000 - 1000000);
+    // Every dip's minimum is in its 1 s bucket: the buckets' lowest is the run's.
+    QVector<qint64> starts;
+    QVector<CxRunHistory::SxBucket> buckets;
+    QCOMPARE(history.buckets(0, totals.durationUs + 1, &starts, &buckets), CxRunHistory::kCoarseUs);
+    QVERIFY(buckets.size() >= 86400);
+    float bucketLowest = 3e38f;
+    for (const CxRunHistory::SxBucket& bucket : std::as_const(buckets))
+        bucketLowest = std::min(bucketLowest, bucket.minSpeed);
+    QCOMPARE(bucketLowest, float(lowest));
+    // 2 MB a day on top of the fixed 16 MB.
+    QVERIFY2(history.memoryBytes() <= 18 * 1000 * 1000, qPrintable(QString::number(history.memoryBytes())));
+}
+
+void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
+{
+    CxRunHistory history;
+    history.begin(false, kPeriod, 300, 64 << 20);
+    const quint64 step = ticksAt(400.0);
+    // Frame 0: a dip to 50 MB/s over steps 21..30. Frame 1 follows after a stall of 40 ms.
+    // Frame 2 is slow throughout: its 64 MiB buffer runs full. Frame 3 overflows too.
+    const std::vector<quint64> f0 = frame(0, 400.0, 20, 30, 50.0);
+    const std::vector<quint64> f1 = frame(f0.back() + 40000 * 250, 400.0);
+    const std::vector<quint64> f2 = frame(f1.back() + step, 100.0);
+    const std::vector<quint64> f3 = frame(f2.back() + ticksAt(100.0), 100.0);
+    const std::vector<quint64> f4 = frame(f3.back() + step, 400.0);
+    quint32 number = 0;
+    for (const std::vector<quint64>* f : {&f0, &f1, &f2, &f3, &f4})
+        history.addFrame(number++, qint64((*f)[0] / 250), f->data(), f->size());
+    history.finish();
+    const QVector<CxRunHistory::SxEvent> events = history.events();
+    QCOMPARE(events.size(), 4);
+
+    QCOMPARE(events[0].kind, CxRunHistory::EventDip);
+    QVERIFY(qAbs(events[0].startUs - qint64(20 * step / 250)) <= 1);
+    QVERIFY(qAbs(events[0].durationUs - qint64(10 * ticksAt(50.0) / 250)) <= 1);
+    QVERIFY(qAbs(events[0].depth - 50.0) < 0.01);
+    // The stall between frames: about one sample period in 40 ms.
+    QCOMPARE(events[1].kind, CxRunHistory::EventDip);
+    QVERIFY(qAbs(events[1].startUs - qint64(f0.back() / 250)) <= 1);
+    QVERIFY(qAbs(events[1].durationUs - 40000) <= 2);
+    QVERIFY(qAbs(events[1].depth - double(kPeriod) / 40000.0) < 0.01);
+    // The slow frames: a dip across both, and one overflow event of two frames.
+    QCOMPARE(events[2].kind, CxRunHistory::EventOverflow);
+    QCOMPARE(events[2].count, quint64(2));
+    QCOMPARE(events[3].kind, CxRunHistory::EventDip);
+    QVERIFY(qAbs(events[3].depth - 100.0) < 0.01);
+    QVERIFY(qAbs(events[3].durationUs - qint64((f3.back() - f2[0]) / 250)) <= 2);
+    // Each keeps the samples around its start.
+    QCOMPARE(history.snapshots(0, LLONG_MAX).size(), size_t(4));
+    QCOMPARE(history.totals().overflows, quint64(2));
+
+    // Counters: each increase is an event of its counter.
+    history.begin(true, kPeriod, 300, 8 << 20);
+    const qint32 first[5] = {0, 0, 0, 0, 0};
+    const qint32 second[5] = {0, 3, 0, 0, 1};
+    history.addCounters(0, 1000, first);
+    history.addCounters(1, 2000, second);
+    const QVector<CxRunHistory::SxEvent> counters = history.events();
+    QCOMPARE(counters.size(), 2);
+    QCOMPARE(counters[0].counter, qint8(1));
+    QCOMPARE(counters[0].count, quint64(3));
+    QCOMPARE(counters[1].counter, qint8(4));
+    QCOMPARE(counters[1].startUs, qint64(1000));
+}
+
+void TestHistory::nothingEscapesAStoreThatTurnsOver()
+{
+    KSCORE_HANDLE hCam = open(camera(QStringLiteral("turnover"), 2000.0, 256, 64));
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    // A store of two frames' samples turns over with every other frame.
+    QVERIFY(line->startMeasurement(1024, 128));
+    QTRY_VERIFY_WITH_TIMEOUT(line->history.totals().frames >= 2000, 20000);
+    QVERIFY(line->stopMeasurement());
+    const CxRunHistory::SxTotals totals = line->history.totals();
+    QCOMPARE(totals.frames, sim(hCam)->capturesDelivered());
+    QCOMPARE(totals.bytes, double(totals.frames) * 1024.0 * 31.0); // 32 samples a frame
+    QVERIFY(storedFrames(line.get()) <= 5);
+    QVERIFY(qAbs(totals.linkAverage() - 2000.0) < 1.0);
+}
+
+void TestHistory::verdictShowsItsArithmetic()
+{
+    QVERIFY(qAbs(CxRunHistory::poissonUpper95(0) - 2.9957) < 1e-3);
+    QVERIFY(qAbs(CxRunHistory::poissonUpper95(3) - 7.7537) < 1e-3);
+    QVERIFY(qAbs(CxRunHistory::poissonUpper95(1000) - 1053.6) < 0.1);
+
+    CxRunHistory::SxTotals t;
+    t.frames = 1;
+    t.durationUs = (8 * 3600 + 12 * 60) * 1000000LL;
+    t.required = 720;
+    t.bufferSize = 268435456;
+    t.bytes = 560e6 * 100;
+    t.linkUs = 100e6;
+    CxRunHistory::SxVerdict v = CxRunHistory::verdict(t);
+    QVERIFY2(v.text.startsWith(QStringLiteral("0 overflows in 8 h 12 min: fewer than 0.37 per hour at 95 % "
+                                              "confidence (3.00 / 8.2 h).")),
+             qPrintable(v.text));
+    QVERIFY(qAbs(v.headroom - 560.0 / 720.0) < 1e-9);
+    QVERIFY(qAbs(v.bufferLastsSeconds - 268435456.0 / 160e6) < 1e-9);
+    QVERIFY(v.text.contains(QStringLiteral("lasts 1.68 s")));
+    t.overflows = 3;
+    v = CxRunHistory::verdict(t);
+    QVERIFY(qAbs(v.upperPerHour - 7.7537 / 8.2) < 1e-3);
+}
+
+void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()
+{
+    const KSCORE_HANDLE hCam = open(camera(QStringLiteral("history"), 400.0, 512, 256));
+    CxDataGraphForm form;
+    form.resize(1400, 900);
+    form.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&form));
+    CxCameraLineData* line = form.cameraLines.value(hCam);
+    QVERIFY(line);
+    // Forty minutes of history ending now, beyond the 32-bit microseconds the live series
+    // wraps at; nothing in the store.
+    const qint64 now = qint64(QTime::currentTime().msecsSinceStartOfDay()) * 1000;
+    line->history.begin(false, kPeriod, 300, 8 << 20);
+    quint64 tick = 0;
+    quint32 number = 0;
+    for (qint64 t = now - 2400LL * 1000000; t < now; t += 1000000) {
+        const std::vector<quint64> samples = frame(tick, 400.0);
+        line->history.addFrame(number++, t, samples.data(), samples.size());
+        tick = samples.back() + ticksAt(400.0); // back to back, as the pattern's frames are
+    }
+    QCPAxisRect* rect = child<QCustomPlot>(&form, "plot")->axisRect(0);
+    rect->axis(QCPAxis::atBottom)->setRange(-2700.0, 10.0);
+    QMetaObject::invokeMethod(&form, "updateGraph");
+    QCustomPlot* plot = child<QCustomPlot>(&form, "plot");
+    QCPGraph* history = nullptr;
+    for (int i = 0; i < plot->graphCount(); ++i)
+        if (plot->graph(i)->property("ksRunHistory").toBool() &&
+            plot->graph(i)->pen().style() == Qt::DashLine &&
+            plot->graph(i)->valueAxis() == rect->axis(QCPAxis::atLeft))
+            history = plot->graph(i);
+    QVERIFY(history && history->dataCount() > 100);
+    const double first = history->data()->begin()->key;
+    const double last = (history->data()->end() - 1)->key;
+    QVERIFY2(qAbs(first + 2400.0) < 5.0 && last < 0.5 && last > -5.0,
+             qPrintable(QStringLiteral("%1 .. %2").arg(first).arg(last)));
+    QVERIFY(qAbs(history->data()->begin()->value - 400.0) < 1.0);
+    QCOMPARE(plot->itemCount(), 1); // the label of its resolution
+}
+
+QTEST_MAIN(TestHistory)
+#include "tst_history.moc"
