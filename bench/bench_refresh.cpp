@@ -12,6 +12,7 @@
 #include <QThread>
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 
 namespace {
 
@@ -24,16 +25,32 @@ int storedSamples(CxCameraLineData* line)
     return samples;
 }
 
-double medianRefreshMs(CxDataGraphForm& form, int rounds)
+double threadCpuMs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
+}
+
+// The median wall time of a refresh, and its median CPU time on the GUI thread: with more
+// cameras than cores the simulated cameras take the cores from it, and only the second
+// says what the panel itself costs.
+double medianRefreshMs(CxDataGraphForm& form, int rounds, double* cpuMs = nullptr)
 {
     QList<double> times;
+    QList<double> cpu;
     for (int i = 0; i < rounds; ++i) {
         QElapsedTimer timer;
         timer.start();
+        const double before = threadCpuMs();
         QMetaObject::invokeMethod(&form, "updateGraph");
+        cpu << threadCpuMs() - before;
         times << timer.nsecsElapsed() / 1e6;
     }
     std::sort(times.begin(), times.end());
+    std::sort(cpu.begin(), cpu.end());
+    if (cpuMs)
+        *cpuMs = cpu[cpu.size() / 2];
     return times[times.size() / 2];
 }
 
@@ -66,15 +83,21 @@ int main(int argc, char* argv[])
     QCoreApplication::processEvents();
     form.findChild<QPushButton*>(QStringLiteral("btnStartAll"))->click();
 
-    // Wait until every store has turned over once: full at the default capacity.
+    // Wait until every store has turned over once: full at the default capacity. Many
+    // cameras share the cores making their frames: a minute is the most that is waited.
+    QElapsedTimer filling;
+    filling.start();
     for (KSCORE_HANDLE hCam : handles) {
         CxCameraLineData* line = form.cameraLines.value(hCam);
-        while (storedSamples(line) < form.maxSamples)
+        while (storedSamples(line) < form.maxSamples && filling.elapsed() < 60000)
             QThread::msleep(50);
     }
     // Everything stored is visible: the store spans less than the last ten seconds.
     plot->axisRect(0)->axis(QCPAxis::atBottom)->setRange(-10.0, 0.0);
-    const double ms = medianRefreshMs(form, 9);
+    double cpuMs = 0.0;
+    const double wallMs = medianRefreshMs(form, 9, &cpuMs);
+    const bool crowded = cameras > QThread::idealThreadCount();
+    const double ms = crowded ? cpuMs : wallMs;
 
     // A refresh holds each camera's dataMutex for that camera's series computation.
     double longestHold = 0.0;
@@ -96,8 +119,10 @@ int main(int argc, char* argv[])
             longestHold = qMax(longestHold, timer.nsecsElapsed() / 1e6);
         }
     }
-    printf("figure refresh_ms_%dcams %.1f ms (updateGraph, %d samples per camera, %d px plot, measuring)\n",
-           cameras, ms, storedSamples(form.cameraLines.first()), plot->width());
+    printf("figure refresh_ms_%dcams %.1f ms (updateGraph, %d samples per camera, %d px plot, measuring%s; "
+           "%.1f ms wall time)\n",
+           cameras, ms, storedSamples(form.cameraLines.first()), plot->width(),
+           crowded ? ", the GUI thread's CPU time: more cameras than cores" : "", wallMs);
     printf("figure refresh_pct_%dcams %.1f %% (of the %d ms refresh period)\n", cameras,
            100.0 * ms / form.refreshTimer.interval(), form.refreshTimer.interval());
     printf("figure mutex_hold_ms %.2f ms (longest series computation of one camera)\n", longestHold);

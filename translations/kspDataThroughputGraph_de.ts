@@ -4,29 +4,29 @@
 <context>
     <name>CxCameraLineData</name>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="371"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="347"/>
         <source>Export Measured Data</source>
         <translation>Messdaten exportieren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="372"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="348"/>
         <source>The report could not be written to %1:
 %2</source>
         <translation>Der Bericht konnte nicht nach %1 geschrieben werden:
 %2</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1242"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1255"/>
         <source>Exporting %1 data</source>
         <translation>Daten von %1 werden exportiert</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1243"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1256"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1244"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1257"/>
         <source>Data throughput monitor</source>
         <translation>Datendurchsatz-Monitor</translation>
     </message>
@@ -74,315 +74,321 @@
         <translation>Kurven ein- oder ausblenden:</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="283"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="305"/>
         <source>Acq</source>
         <translation>Erf.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="289"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="311"/>
         <source>Testing</source>
         <translation>Misst</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="289"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="311"/>
         <source>Stopped</source>
         <translation>Gestoppt</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="435"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="539"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="462"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="577"/>
         <source>Camera</source>
         <translation>Kamera</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="436"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="540"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="463"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="578"/>
         <source>Status</source>
         <translation>Status</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="436"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="540"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="463"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="578"/>
         <source>Data gap measurement status</source>
         <translation>Status der Lückenmessung</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="437"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="542"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="464"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="580"/>
         <source>Measure</source>
         <translation>Messen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="437"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="542"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="464"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="580"/>
         <source>Start/Stop Measurement</source>
         <translation>Messung starten/stoppen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="438"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="465"/>
         <source>Avg throughput</source>
         <translation>Mittl. Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="438"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="465"/>
         <source>Average data rate</source>
         <translation>Mittlere Datenrate</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="439"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="466"/>
         <source>Min throughput</source>
         <translation>Min. Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="439"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="529"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="466"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="565"/>
         <source>Minimum data rate in whole data set</source>
         <translation>Kleinste Datenrate im gesamten Datensatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="440"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="467"/>
         <source>Max buffer level</source>
         <translation>Max. Pufferfüllstand</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="440"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="530"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="467"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="567"/>
         <source>Internal camera buffer fill percentage</source>
         <translation>Füllstand des internen Kamerapuffers in Prozent</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="441"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="468"/>
         <source>Buffer overflow count</source>
         <translation>Anzahl Pufferüberläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="442"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="469"/>
         <source>Number of times internal camera buffer was totally filled</source>
         <translation>Wie oft der interne Kamerapuffer ganz gefüllt war</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="443"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="470"/>
         <source>Export data</source>
         <translation>Daten exportieren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="443"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="470"/>
         <source>Export data to .csv report</source>
         <translation>Daten als CSV-Bericht exportieren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="444"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="471"/>
         <source>Required throughput</source>
         <translation>Benötigter Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="445"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="472"/>
         <source>Expected sensor speed for evaluation</source>
         <translation>Erwartete Sensordatenrate für die Bewertung</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="446"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="473"/>
         <source>Camera buffer size</source>
         <translation>Kamerapuffergröße</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="447"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="474"/>
         <source>Size of internal camera buffer in bytes</source>
         <translation>Größe des internen Kamerapuffers in Bytes</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="448"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="551"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="475"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="589"/>
         <source>Graph</source>
         <translation>Graph</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="448"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="551"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="475"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="589"/>
         <source>Enable/Disable plotting of measured data</source>
         <translation>Darstellung der Messdaten ein/aus</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="449"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="476"/>
         <source>Y Axis scaling</source>
         <translation>Skalierung der Y-Achse</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="450"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="477"/>
         <source>Enable/Disable Y axis automatic scaling or set manual axis range</source>
         <translation>Automatische Skalierung der Y-Achse ein/aus oder Bereich von Hand setzen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="466"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="493"/>
         <source>Export Data...</source>
         <translation>Daten exportieren...</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="541"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="579"/>
         <source>Data Format</source>
         <translation>Datenformat</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="541"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="579"/>
         <source>Output data format.</source>
         <translation>Ausgabedatenformat.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="543"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="581"/>
         <source>Transferred</source>
         <translation>Übertragen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="543"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="581"/>
         <source>Number of transferred frames</source>
         <translation>Anzahl übertragener Bilder</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="544"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="582"/>
         <source>Transport skip</source>
         <translation>Transport-Auslassungen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="544"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="605"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="582"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="647"/>
         <source>Number of skipped frames on transport layer</source>
         <translation>Anzahl ausgelassener Bilder in der Transportschicht</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="545"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="583"/>
         <source>API skip</source>
         <translation>API-Auslassungen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="545"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="606"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="583"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="648"/>
         <source>Number of skipped frames on API layer</source>
         <translation>Anzahl ausgelassener Bilder in der API-Schicht</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="546"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="584"/>
         <source>Missed trg. overlap</source>
         <translation>Verpasste Trigger (Überlappung)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="547"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="607"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="585"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="649"/>
         <source>Number of missed triggers due to overlap</source>
         <translation>Anzahl verpasster Trigger wegen Überlappung</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="548"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="586"/>
         <source>Missed trg overflow</source>
         <translation>Verpasste Trigger (Überlauf)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="549"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="608"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="587"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="650"/>
         <source>Number of missed triggers due to frame buffer full</source>
         <translation>Anzahl verpasster Trigger wegen vollem Bildpuffer</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="550"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="588"/>
         <source>Buffer overflow</source>
         <translation>Pufferüberlauf</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="550"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="609"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="588"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="651"/>
         <source>Frame buffer full counter</source>
         <translation>Zähler voller Bildpuffer</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="627"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="669"/>
         <source>Average
 throughput</source>
         <translation>Mittlerer
 Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="628"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="670"/>
         <source>Minimum
 throughput</source>
         <translation>Minimaler
 Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="629"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="671"/>
         <source>Buffer overflow
 count</source>
         <translation>Anzahl
 Pufferüberläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="630"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="672"/>
         <source>Required
 throughput</source>
         <translation>Benötigter
 Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="631"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="673"/>
         <source>Camera buffer
 size</source>
         <translation>Kamerapuffer-
 größe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="721"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="766"/>
         <source>Avg. rate [MB/s]</source>
         <translation>Mittl. Rate [MB/s]</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="722"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="767"/>
         <source>Buffer filled [%]</source>
         <translation>Puffer gefüllt [%]</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="731"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="776"/>
         <source>Counter value</source>
         <translation>Zählerstand</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1181"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="891"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="903"/>
+        <source>Run history...</source>
+        <translation>Verlauf des Laufs...</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1384"/>
         <source>Failed to start measurement</source>
         <translation>Messung konnte nicht gestartet werden</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1182"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1385"/>
         <source>Camera %1 does not support 
  data throughput analysis in Lumorix.</source>
         <translation>Kamera %1 unterstützt 
  die Datendurchsatzanalyse in Lumorix nicht.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1197"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1270"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1400"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1476"/>
         <source>Stopping measurement</source>
         <translation>Messung wird gestoppt</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1204"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1234"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1407"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1439"/>
         <source>Starting measurement</source>
         <translation>Messung wird gestartet</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1500"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1686"/>
         <source>Export Measured Data</source>
         <translation>Messdaten exportieren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1500"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1686"/>
         <source>No measured data to export.</source>
         <translation>Keine Messdaten zum Exportieren.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1506"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1692"/>
         <source>Select Output File for Measured Data</source>
         <translation>Ausgabedatei für Messdaten wählen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1507"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1693"/>
         <source>CSV files (*.csv)</source>
         <translation>CSV-Dateien (*.csv)</translation>
     </message>
@@ -453,14 +459,247 @@ größe</translation>
 <context>
     <name>CxDataThroughputGraphPlugin</name>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/kspDataThroughputGraph.cpp" line="44"/>
+        <location filename="../plugins/kspDataThroughputGraph/kspDataThroughputGraph.cpp" line="47"/>
         <source>Data Throughput Graph Tool</source>
         <translation>Datendurchsatz-Graph-Werkzeug</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/kspDataThroughputGraph.cpp" line="54"/>
+        <location filename="../plugins/kspDataThroughputGraph/kspDataThroughputGraph.cpp" line="57"/>
         <source>Measures the available bandwidth during time and shows results in graph.</source>
         <translation>Misst die verfügbare Bandbreite über die Zeit und zeigt die Ergebnisse als Graph.</translation>
+    </message>
+</context>
+<context>
+    <name>CxHistoryPlot</name>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/HistoryPlot.cpp" line="64"/>
+        <source>Run history, 1 s resolution</source>
+        <translation>Verlauf des Laufs, Auflösung 1 s</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/HistoryPlot.cpp" line="65"/>
+        <source>Run history, 10 ms resolution</source>
+        <translation>Verlauf des Laufs, Auflösung 10 ms</translation>
+    </message>
+</context>
+<context>
+    <name>CxRunHistory</name>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="479"/>
+        <source>Nothing measured yet.</source>
+        <translation>Noch nichts gemessen.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="492"/>
+        <source>%1 skipped frames, missed triggers and overflows</source>
+        <translation>%1 übersprungene Bilder, verpasste Trigger und Überläufe</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="492"/>
+        <source>%1 overflows</source>
+        <translation>%1 Überläufe</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="494"/>
+        <source>%1 in %2: fewer than %3 per hour at 95 % confidence (%4 / %5 h).</source>
+        <translation>%1 in %2: weniger als %3 pro Stunde mit 95 % Konfidenz (%4 / %5 h).</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="503"/>
+        <source>Link average %1 MB/s against %2 MB/s required: headroom %3 (%1 / %2).</source>
+        <translation>Mittel der Verbindung %1 MB/s gegen %2 MB/s benötigt: Reserve %3 (%1 / %2).</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="510"/>
+        <source>The link falls behind by %1 MB/s: the camera&apos;s buffer of %2 MB lasts %3 s of continuous acquisition (%2 MB / %1 MB/s).</source>
+        <translation>Die Verbindung bleibt um %1 MB/s zurück: der Puffer der Kamera von %2 MB reicht für %3 s durchgehende Aufnahme (%2 MB / %1 MB/s).</translation>
+    </message>
+</context>
+<context>
+    <name>CxRunHistoryDlg</name>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="14"/>
+        <source>Run history</source>
+        <translation>Verlauf des Laufs</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="30"/>
+        <source>What the run proves</source>
+        <translation>Was der Lauf belegt</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="49"/>
+        <source>Events (double-click one to see it in the graph):</source>
+        <translation>Ereignisse (Doppelklick zeigt eines im Diagramm):</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="66"/>
+        <source>Start [s]</source>
+        <translation>Beginn [s]</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="71"/>
+        <source>Duration [ms]</source>
+        <translation>Dauer [ms]</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="76"/>
+        <source>Event</source>
+        <translation>Ereignis</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="81"/>
+        <source>Depth</source>
+        <translation>Tiefe</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="86"/>
+        <source>Count</source>
+        <translation>Anzahl</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="96"/>
+        <source>Open Run Log...</source>
+        <translation>Laufprotokoll öffnen...</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="110"/>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="25"/>
+        <source>Transport skip</source>
+        <translation>Transport-Auslassungen</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="25"/>
+        <source>API skip</source>
+        <translation>API-Auslassungen</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="26"/>
+        <source>Missed trg. overlap</source>
+        <translation>Verpasste Trigger (Überlappung)</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="27"/>
+        <source>Missed trg overflow</source>
+        <translation>Verpasste Trigger (Überlauf)</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="28"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="164"/>
+        <source>Buffer overflow</source>
+        <translation>Pufferüberlauf</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="52"/>
+        <source>Run history of %1</source>
+        <translation>Verlauf des Laufs von %1</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="94"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="109"/>
+        <source>Open Run Log</source>
+        <translation>Laufprotokoll öffnen</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="94"/>
+        <source>%1 cannot be read:
+%2</source>
+        <translation>%1 kann nicht gelesen werden:
+%2</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="99"/>
+        <source>Run log of %1: %2</source>
+        <translation>Laufprotokoll von %1: %2</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="110"/>
+        <source>Run logs (*.log.csv);;CSV files (*.csv)</source>
+        <translation>Laufprotokolle (*.log.csv);;CSV-Dateien (*.csv)</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="125"/>
+        <source>Start</source>
+        <translation>Beginn</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="126"/>
+        <source>Duration</source>
+        <translation>Dauer</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="127"/>
+        <source>Frames</source>
+        <translation>Bilder</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="132"/>
+        <source>Bytes</source>
+        <translation>Bytes</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="133"/>
+        <source>Link average</source>
+        <translation>Mittel der Verbindung</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="134"/>
+        <source>Lowest speed</source>
+        <translation>Niedrigste Geschwindigkeit</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="134"/>
+        <source>%1 MB/s at %2 s</source>
+        <translation>%1 MB/s bei %2 s</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="137"/>
+        <source>Highest buffer level</source>
+        <translation>Höchster Pufferstand</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="137"/>
+        <source>%1 % at %2 s</source>
+        <translation>%1 % bei %2 s</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="140"/>
+        <source>Buffer overflows</source>
+        <translation>Pufferüberläufe</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="142"/>
+        <source>Events</source>
+        <translation>Ereignisse</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="143"/>
+        <source>%1 (the first %2 listed)</source>
+        <translation>%1 (die ersten %2 aufgeführt)</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="160"/>
+        <source>Dip</source>
+        <translation>Einbruch</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="161"/>
+        <source>%1 MB/s</source>
+        <translation>%1 MB/s</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="165"/>
+        <source>%1 frames</source>
+        <translation>%1 Bilder</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="169"/>
+        <source>+%1</source>
+        <translation>+%1</translation>
     </message>
 </context>
 </TS>

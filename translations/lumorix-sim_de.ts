@@ -40,7 +40,7 @@
     </message>
     <message>
         <location filename="../host/MainWindow.ui" line="48"/>
-        <location filename="../host/CxMainWindow.cpp" line="133"/>
+        <location filename="../host/CxMainWindow.cpp" line="134"/>
         <source>Open</source>
         <translation>Öffnen</translation>
     </message>
@@ -51,7 +51,7 @@
     </message>
     <message>
         <location filename="../host/MainWindow.ui" line="58"/>
-        <location filename="../host/CxMainWindow.cpp" line="158"/>
+        <location filename="../host/CxMainWindow.cpp" line="159"/>
         <source>Start Acquisition</source>
         <translation>Erfassung starten</translation>
     </message>
@@ -96,87 +96,90 @@
         <translation>Ctrl+Q</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="22"/>
+        <location filename="../host/CxMainWindow.cpp" line="23"/>
         <source>0 - Basic</source>
         <translation>0 - Einfach</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="22"/>
+        <location filename="../host/CxMainWindow.cpp" line="23"/>
         <source>1 - Standard</source>
         <translation>1 - Standard</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="23"/>
+        <location filename="../host/CxMainWindow.cpp" line="24"/>
         <source>2 - Advanced</source>
         <translation>2 - Fortgeschritten</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="23"/>
+        <location filename="../host/CxMainWindow.cpp" line="24"/>
         <source>3 - Expert</source>
         <translation>3 - Experte</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="24"/>
+        <location filename="../host/CxMainWindow.cpp" line="25"/>
         <source>4 - Developer</source>
         <translation>4 - Entwickler</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="125"/>
+        <location filename="../host/CxMainWindow.cpp" line="126"/>
         <source>Closed</source>
         <translation>Geschlossen</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="127"/>
+        <location filename="../host/CxMainWindow.cpp" line="128"/>
         <source>Disconnected</source>
         <translation>Getrennt</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="129"/>
+        <location filename="../host/CxMainWindow.cpp" line="130"/>
         <source>Measured by plug-in</source>
         <translation>Vom Plug-in gemessen</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="131"/>
+        <location filename="../host/CxMainWindow.cpp" line="132"/>
         <source>Acquiring</source>
         <translation>Erfasst</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="158"/>
+        <location filename="../host/CxMainWindow.cpp" line="159"/>
         <source>Stop Acquisition</source>
         <translation>Erfassung stoppen</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="179"/>
+        <location filename="../host/CxMainWindow.cpp" line="180"/>
         <source>Opening camera %1...</source>
         <translation>Kamera %1 wird geöffnet...</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="188"/>
+        <location filename="../host/CxMainWindow.cpp" line="189"/>
         <source>Camera %1 could not be opened: %2</source>
         <translation>Kamera %1 konnte nicht geöffnet werden: %2</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="198"/>
+        <location filename="../host/CxMainWindow.cpp" line="199"/>
         <source>Looking for cameras...</source>
         <translation>Kameras werden gesucht...</translation>
     </message>
     <message numerus="yes">
-        <location filename="../host/CxMainWindow.cpp" line="205"/>
+        <location filename="../host/CxMainWindow.cpp" line="206"/>
         <source>%n camera(s) found.</source>
-        <translation><numerusform>%n Kamera gefunden.</numerusform><numerusform>%n Kameras gefunden.</numerusform></translation>
+        <translation>
+            <numerusform>%n Kamera gefunden.</numerusform>
+            <numerusform>%n Kameras gefunden.</numerusform>
+        </translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="230"/>
+        <location filename="../host/CxMainWindow.cpp" line="231"/>
         <source>The camera refused the acquisition command.</source>
         <translation>Die Kamera hat den Erfassungsbefehl abgelehnt.</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="239"/>
+        <location filename="../host/CxMainWindow.cpp" line="240"/>
         <source>The camera refused the image format.</source>
         <translation>Die Kamera hat das Bildformat abgelehnt.</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="264"/>
+        <location filename="../host/CxMainWindow.cpp" line="268"/>
         <source>Frame %1, %2 x %3</source>
         <translation>Bild %1, %2 x %3</translation>
     </message>
