@@ -24,6 +24,14 @@ double badness(const CxRunHistory::SxEvent& event, double threshold)
     return threshold > 0.0 ? event.depth / threshold : event.depth;
 }
 
+// Room for whole hours of 1 s buckets at a time: a vector left to double its capacity would
+// hold up to twice the run's buckets.
+template <typename T> void growByTheHour(std::vector<T>& buckets, size_t index)
+{
+    if (index >= buckets.capacity())
+        buckets.reserve((index / 3600 + 1) * 3600);
+}
+
 QString tr(const char* text)
 {
     return QCoreApplication::translate("CxRunHistory", text);
@@ -92,22 +100,11 @@ void CxRunHistory::closeFineBucket()
 CxRunHistory::SxBucket& CxRunHistory::coarse(qint64 atUs)
 {
     const size_t index = size_t(std::max<qint64>(atUs, 0) / kCoarseUs);
-    if (index >= m_coarse.size())
+    if (index >= m_coarse.size()) {
+        growByTheHour(m_coarse, index);
         m_coarse.resize(index + 1);
-    return m_coarse[index];
-}
-
-inline void CxRunHistory::foldStep(qint64 atUs, double speed, double level, double bytes, double linkUs)
-{
-    const qint64 index = std::max<qint64>(atUs, 0) / kFineUs;
-    if (index != m_curIndex) {
-        closeFineBucket();
-        m_curIndex = index;
     }
-    m_cur.minSpeed = std::min(m_cur.minSpeed, float(speed));
-    m_cur.maxLevel = std::max(m_cur.maxLevel, float(level));
-    m_cur.megabytes += float(bytes / 1e6);
-    m_cur.linkSeconds += float(linkUs / 1e6);
+    return m_coarse[index];
 }
 
 void CxRunHistory::addEvent(const SxEvent& event)
@@ -202,43 +199,103 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
         endDip();
     }
 
+    // The worker folds every sample, so the loop stays on integers where it can: a step's
+    // speed only matters as its tick count (the longest step is the slowest), and the buffer
+    // gains ticks times the required bytes per tick, less the period. Divisions are left for
+    // the rare dip and for each 10 ms bucket as it closes.
+    const quint64 first = samples[0];
+    const double gainPerTick = required / kTicksPerUs;
+    const quint64 dipTicks =
+        threshold > 0.0 ? quint64(std::min(period * kTicksPerUs / threshold, 1.8e19)) : ~quint64(0);
     double fill = 0.0;
     bool overflow = false;
     quint64 overflowAt = 0;
-    qint64 atUs = base;
+    quint64 longest = 0;
+    quint64 longestAt = 1;
+    double fullest = 0.0;
+    quint64 fullestAt = 1;
+    quint64 bucketEnd = 0; // the tick the 10 ms bucket being filled ends at
+    quint64 bucketLongest = 0;
+    double bucketFullest = 0.0;
+    quint64 bucketSteps = 0;
+    quint64 bucketTicks = 0;
+    auto flushBucket = [&]() {
+        if (bucketSteps == 0)
+            return;
+        m_cur.minSpeed = std::min(m_cur.minSpeed, float(period / (double(bucketLongest) / kTicksPerUs)));
+        if (size > 0.0)
+            m_cur.maxLevel = std::max(m_cur.maxLevel, float(bucketFullest / size * 100.0));
+        m_cur.megabytes += float(double(bucketSteps) * period / 1e6);
+        m_cur.linkSeconds += float(double(bucketTicks) / kTicksPerUs / 1e6);
+        bucketLongest = 0;
+        bucketFullest = 0.0;
+        bucketSteps = 0;
+        bucketTicks = 0;
+    };
     for (quint64 i = 1; i < sampleCount; ++i) {
-        const SxSampleStep step = sampleStep(samples, i, period);
-        atUs = base + qint64(step.offset);
-        double level = 0.0;
+        const quint64 tick = samples[i];
+        const quint64 delta = tick - samples[i - 1];
+        if (tick >= bucketEnd) {
+            flushBucket();
+            const qint64 index = std::max<qint64>(base + qint64((tick - first) / 250u), 0) / kFineUs;
+            if (index != m_curIndex) {
+                closeFineBucket();
+                m_curIndex = index;
+            }
+            bucketEnd = first + quint64((index + 1) * kFineUs - base) * 250u;
+        }
+        bucketLongest = std::max(bucketLongest, delta);
+        ++bucketSteps;
+        bucketTicks += delta;
         if (size > 0.0) {
-            const bool before = overflow;
-            level = modelBufferLevel(fill, step.dtUs * (required - step.speed), size, overflow);
-            if (overflow && !before)
-                overflowAt = i;
+            fill += double(delta) * gainPerTick - period;
+            if (fill < 0.0) {
+                fill = 0.0;
+            } else if (fill > size) {
+                fill = size;
+                if (!overflow)
+                    overflowAt = i;
+                overflow = true;
+            }
+            bucketFullest = std::max(bucketFullest, fill);
+            if (fill > fullest) {
+                fullest = fill;
+                fullestAt = i;
+            }
         }
-        foldStep(atUs, step.speed, level, period, step.dtUs);
-        if (step.speed < m_totals.lowestSpeed || m_totals.frames + i == 1) {
-            m_totals.lowestSpeed = step.speed;
-            m_totals.lowestSpeedAtUs = atUs;
+        if (delta > longest) {
+            longest = delta;
+            longestAt = i;
         }
-        if (level > m_totals.highestLevel) {
-            m_totals.highestLevel = level;
-            m_totals.highestLevelAtUs = atUs;
-        }
-        if (step.speed < threshold) {
+        if (delta > dipTicks) {
+            const double dtUs = double(delta) / kTicksPerUs;
+            const double speed = period / dtUs;
+            const qint64 atUs = base + qint64((tick - first) / 250u);
             if (!m_inDip) {
                 m_inDip = true;
-                m_dip = SxEvent{EventDip, -1, atUs - qint64(step.dtUs), 0, step.speed, 1};
+                m_dip = SxEvent{EventDip, -1, atUs - qint64(dtUs), 0, speed, 1};
                 m_pendingFrame = samples;
                 m_pendingCount = sampleCount;
                 m_pendingIndex = i;
                 m_pendingBaseUs = base;
             }
-            m_dip.depth = std::min(m_dip.depth, step.speed);
+            m_dip.depth = std::min(m_dip.depth, speed);
             m_dip.durationUs = atUs - m_dip.startUs;
         } else if (m_inDip) {
             endDip();
         }
+    }
+    flushBucket();
+    const qint64 atUs = base + qint64((samples[sampleCount - 1] - first) / 250u);
+    const double slowest = period / (double(longest) / kTicksPerUs);
+    if (slowest < m_totals.lowestSpeed || m_totals.frames == 0) {
+        m_totals.lowestSpeed = slowest;
+        m_totals.lowestSpeedAtUs = base + qint64((samples[longestAt] - first) / 250u);
+    }
+    const double level = size > 0.0 ? fullest / size * 100.0 : 0.0;
+    if (level > m_totals.highestLevel) {
+        m_totals.highestLevel = level;
+        m_totals.highestLevelAtUs = base + qint64((samples[fullestAt] - first) / 250u);
     }
     // A dip that goes on into the next frame takes its samples from this one now.
     if (m_inDip && m_pendingFrame == samples) {
@@ -289,8 +346,10 @@ void CxRunHistory::addCounters(quint32 frameNumber, qint64 timestamp, const qint
             m_fineCounters[size_t(slot)] = SxCounterBucket();
         }
         const size_t coarseIndex = size_t(at / kCoarseUs);
-        if (coarseIndex >= m_coarseCounters.size())
+        if (coarseIndex >= m_coarseCounters.size()) {
+            growByTheHour(m_coarseCounters, coarseIndex);
             m_coarseCounters.resize(coarseIndex + 1);
+        }
         for (int k = 0; k < kCounters; ++k) {
             // A counter that went back (the camera reset it) starts over from its new value.
             const qint64 increase = qint64(counters[k]) - qint64(m_lastCounters[k]);

@@ -149,7 +149,6 @@ public:
     mutable QMutex mutex;
 
 private:
-    void foldStep(qint64 atUs, double speed, double level, double bytes, double linkUs);
     void closeFineBucket();
     SxBucket& coarse(qint64 atUs);
     void addEvent(const SxEvent& event);
