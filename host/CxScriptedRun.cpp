@@ -188,14 +188,8 @@ void CxScriptedRun::start()
     m_elapsed.start();
     m_progressTimer.start();
     // Halfway, a picture of the panel while it measures.
-    QTimer::singleShot(int(m_options.durationSeconds * 500.0), Qt::PreciseTimer, this, [this]() {
-        CxDarkTheme::fitTables(m_window);
-        const QString shot = QDir(m_options.outDir).filePath(QStringLiteral("measuring.png"));
-        QImageWriter writer(shot);
-        if (!writer.write(m_window->grab().toImage()))
-            m_failures.append(QStringLiteral("%1: the screenshot could not be written: %2")
-                                  .arg(shot, writer.errorString()));
-    });
+    QTimer::singleShot(int(m_options.durationSeconds * 500.0), Qt::PreciseTimer, this,
+                       [this]() { saveScreenshot(QStringLiteral("measuring.png")); });
     // A coarse timer may fire up to 5 % early; the run lasts what was asked.
     QTimer::singleShot(int(m_options.durationSeconds * 1000.0), Qt::PreciseTimer, this,
                        &CxScriptedRun::stopAndReport);
@@ -239,13 +233,7 @@ void CxScriptedRun::stopAndReport()
     clickPanelButton("refreshGraph");
     QApplication::processEvents();
 
-    CxDarkTheme::fitTables(m_window);
-    QApplication::processEvents();
-    const QString shot = QDir(m_options.outDir).filePath(QStringLiteral("panel.png"));
-    QImageWriter shotWriter(shot);
-    if (!shotWriter.write(m_window->grab().toImage()))
-        m_failures.append(QStringLiteral("%1: the screenshot could not be written: %2")
-                              .arg(shot, shotWriter.errorString()));
+    saveScreenshot(QStringLiteral("panel.png"));
     const QJsonArray cameras = summarise();
     if (!m_options.acquisitionMode)
         exportCsvReports();
@@ -273,6 +261,17 @@ void CxScriptedRun::stopAndReport()
         return;
     }
     emit finished(0);
+}
+
+void CxScriptedRun::saveScreenshot(const QString& fileName)
+{
+    CxDarkTheme::fitTables(m_window);
+    QApplication::processEvents();
+    const QString shot = QDir(m_options.outDir).filePath(fileName);
+    QImageWriter writer(shot);
+    if (!writer.write(m_window->grab().toImage()))
+        m_failures.append(
+            QStringLiteral("%1: the screenshot could not be written: %2").arg(shot, writer.errorString()));
 }
 
 void CxScriptedRun::showUpToNewestSample(double seconds)

@@ -53,6 +53,8 @@ private:
     void expectDialog(std::function<bool(QWidget*)> answer);
     // Pans the time axis so that its last `seconds` end at the newest stored sample.
     void showUpToNewestSample(double seconds);
+    // Fits the window to its tables and saves it in the output folder; a failure is recorded.
+    void saveScreenshot(const QString& fileName);
     void fail(const QString& message);
     void exportCsvReports();
     QJsonArray summarise() const;

@@ -884,26 +884,23 @@ CxHistoryPlot::SxView CxDataGraphForm::historyView(CxCameraLineData* line, QCPAx
 void CxDataGraphForm::onTableContextMenu(const QPoint& pos)
 {
     const int row = ui->table->rowAt(pos.y());
-    for (auto it = m_records.cbegin(); it != m_records.cend(); ++it)
-        if (it->nameItem && it->nameItem->row() == row && row >= 0) {
-            QMenu menu(this);
-            const KSCORE_HANDLE hCam = it.key();
-            menu.addAction(tr("Run history..."), this, [this, hCam]() { showRunHistory(quintptr(hCam)); });
-            menu.exec(ui->table->viewport()->mapToGlobal(pos));
-            return;
-        }
+    for (auto it = m_records.cbegin(); it != m_records.cend() && row >= 0; ++it)
+        if (it->nameItem && it->nameItem->row() == row)
+            return showHistoryMenu(it.key(), ui->table->viewport()->mapToGlobal(pos));
 }
 
 void CxDataGraphForm::onPlotContextMenu(const QPoint& pos)
 {
     for (auto it = m_records.cbegin(); it != m_records.cend(); ++it)
-        if (it->plot && it->plot->outerRect().contains(pos)) {
-            QMenu menu(this);
-            const KSCORE_HANDLE hCam = it.key();
-            menu.addAction(tr("Run history..."), this, [this, hCam]() { showRunHistory(quintptr(hCam)); });
-            menu.exec(ui->plot->mapToGlobal(pos));
-            return;
-        }
+        if (it->plot && it->plot->outerRect().contains(pos))
+            return showHistoryMenu(it.key(), ui->plot->mapToGlobal(pos));
+}
+
+void CxDataGraphForm::showHistoryMenu(KSCORE_HANDLE hCam, const QPoint& globalPos)
+{
+    QMenu menu(this);
+    menu.addAction(tr("Run history..."), this, [this, hCam]() { showRunHistory(quintptr(hCam)); });
+    menu.exec(globalPos);
 }
 
 void CxDataGraphForm::showRunHistory(qulonglong handle)

@@ -208,6 +208,7 @@ private:
     QString newRunFolder() const;
     void prepareRunLog(CxCameraLineData* line, const QString& folder);
     CxHistoryPlot::SxView historyView(CxCameraLineData* line, QCPAxisRect* rect);
+    void showHistoryMenu(KSCORE_HANDLE hCam, const QPoint& globalPos);
     QString runFolder;
     QTimer runLogTimer;
     QMap<KSCORE_HANDLE, QPointer<CxRunHistoryDlg>> historyWindows;

@@ -33,6 +33,12 @@ bool historySpan(const CxRunHistory::SxTotals& totals, const CxHistoryPlot::SxVi
     return *to > *from;
 }
 
+// Microseconds of run a pixel column of the view spans.
+double pixelUs(const CxHistoryPlot::SxView& view)
+{
+    return double(view.toUs - view.fromUs) / double(std::max(view.pixels, 1));
+}
+
 double xOf(const CxRunHistory::SxTotals& totals, const CxHistoryPlot::SxView& view, qint64 runUs)
 {
     return view.axisUpper + double(totals.startOfDayUs + runUs - view.toUs) / 1e6;
@@ -81,7 +87,7 @@ bool CxHistoryPlot::drawThroughput(QCustomPlot* plot, QCPAxisRect* rect, const C
     QCPGraph* levelGraph =
         levelColor.isValid() ? addGraph(plot, rect->axis(QCPAxis::atRight), rect, levelColor, true) : nullptr;
     // One point per pixel column at most: the lowest speed and highest level of its buckets.
-    const double pixelUs = double(view.toUs - view.fromUs) / double(std::max(view.pixels, 1));
+    const double pixel = pixelUs(view);
     float binMin = FLT_MAX;
     float binMax = 0.0f;
     qint64 binStart = -1;
@@ -98,7 +104,7 @@ bool CxHistoryPlot::drawThroughput(QCustomPlot* plot, QCPAxisRect* rect, const C
         binStart = -1;
     };
     for (int i = 0; i < starts.size(); ++i) {
-        if (binStart >= 0 && double(starts[i] - binStart) >= pixelUs)
+        if (binStart >= 0 && double(starts[i] - binStart) >= pixel)
             flush();
         if (binStart < 0)
             binStart = starts[i];
@@ -160,13 +166,13 @@ bool CxHistoryPlot::drawCounters(QCustomPlot* plot, QCPAxisRect* rect, const CxR
         if (colors[k].isValid())
             graphs[k] = addGraph(plot, rect->axis(QCPAxis::atLeft), rect, colors[k], true);
     quint64 sum[CxRunHistory::kCounters] = {};
-    const double pixelUs = double(view.toUs - view.fromUs) / double(std::max(view.pixels, 1));
+    const double pixel = pixelUs(view);
     qint64 lastX = -1;
     for (int i = 0; i < starts.size(); ++i) {
         for (int k = 0; k < CxRunHistory::kCounters; ++k)
             sum[k] += buckets[i].increase[k];
         const bool last = i + 1 == starts.size();
-        if (starts[i] < from || (!last && lastX >= 0 && double(starts[i] - lastX) < pixelUs))
+        if (starts[i] < from || (!last && lastX >= 0 && double(starts[i] - lastX) < pixel))
             continue;
         lastX = starts[i];
         for (int k = 0; k < CxRunHistory::kCounters; ++k)

@@ -66,7 +66,6 @@ void CxRunHistory::begin(bool acquisition, quint32 samplePeriod, qint32 required
     m_snapshots.clear();
     m_inDip = false;
     m_haveLast = false;
-    m_lastOverflowed = false;
     m_openOverflow = -1;
     m_cur = SxBucket();
     m_curIndex = -1;
@@ -86,13 +85,8 @@ void CxRunHistory::closeFineBucket()
     }
     SxBucket& fine = m_fine[size_t(slot)];
     SxBucket& whole = coarse(m_curIndex * kFineUs);
-    for (SxBucket* bucket : {&fine, &whole}) {
-        bucket->minSpeed = std::min(bucket->minSpeed, m_cur.minSpeed);
-        bucket->maxLevel = std::max(bucket->maxLevel, m_cur.maxLevel);
-        bucket->megabytes += m_cur.megabytes;
-        bucket->linkSeconds += m_cur.linkSeconds;
-        bucket->overflows += m_cur.overflows;
-    }
+    fine.merge(m_cur);
+    whole.merge(m_cur);
     m_cur = SxBucket();
     m_curIndex = -1;
 }
@@ -308,7 +302,7 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
         const qint64 at = base + qint64((samples[overflowAt] - samples[0]) / 250u);
         const qint64 end = base + qint64((samples[sampleCount - 1] - samples[0]) / 250u);
         ++m_cur.overflows;
-        if (m_lastOverflowed && frameNumber == m_lastFrame + 1 && m_openOverflow >= 0) {
+        if (m_openOverflow >= 0 && frameNumber == m_lastFrame + 1) {
             SxEvent& open = m_events[m_openOverflow];
             open.durationUs = end - open.startUs;
             ++open.count;
@@ -320,8 +314,9 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
             if (makeRoomFor(event))
                 m_snapshots.push_back(window(event, samples, sampleCount, overflowAt, base));
         }
+    } else {
+        m_openOverflow = -1;
     }
-    m_lastOverflowed = overflow;
     ++m_totals.frames;
     m_totals.bytes += period * double(sampleCount - 1);
     m_totals.linkUs += double(samples[sampleCount - 1] - samples[0]) / kTicksPerUs;
@@ -416,13 +411,8 @@ qint64 CxRunHistory::buckets(qint64 fromUs, qint64 toUs, QVector<qint64>* starts
             const size_t slot = size_t(index % kFineBuckets);
             SxBucket bucket = m_fineIndex[slot] == index && !acquisition ? m_fine[slot] : SxBucket();
             // The bucket still filling.
-            if (index == m_curIndex) {
-                bucket.minSpeed = std::min(bucket.minSpeed, m_cur.minSpeed);
-                bucket.maxLevel = std::max(bucket.maxLevel, m_cur.maxLevel);
-                bucket.linkSeconds += m_cur.linkSeconds;
-                bucket.megabytes += m_cur.megabytes;
-                bucket.overflows += m_cur.overflows;
-            }
+            if (index == m_curIndex)
+                bucket.merge(m_cur);
             if (acquisition) {
                 if (m_fineIndex[slot] != index || !counters)
                     continue;

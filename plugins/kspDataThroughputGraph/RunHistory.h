@@ -19,6 +19,7 @@
 #include <QMutex>
 #include <QString>
 #include <QVector>
+#include <algorithm>
 #include <deque>
 #include <vector>
 
@@ -50,6 +51,14 @@ public:
         float linkSeconds = 0.0f;
         quint32 overflows = 0; // frames; in the acquisition mode unused
         bool empty() const { return linkSeconds == 0.0f && overflows == 0; }
+        void merge(const SxBucket& other)
+        {
+            minSpeed = std::min(minSpeed, other.minSpeed);
+            maxLevel = std::max(maxLevel, other.maxLevel);
+            megabytes += other.megabytes;
+            linkSeconds += other.linkSeconds;
+            overflows += other.overflows;
+        }
     };
     struct SxCounterBucket
     {
@@ -179,14 +188,13 @@ private:
     quint64 m_pendingCount = 0;
     quint64 m_pendingIndex = 0;
     qint64 m_pendingBaseUs = 0;
-    int m_openOverflow = -1; // the event of the overflowing frames going on, or -1
+    int m_openOverflow = -1; // the event of the last frame's overflow while it goes on, or -1
     SxBucket m_cur;          // the 10 ms bucket filling now
     qint64 m_curIndex = -1;
     bool m_haveLast = false;
     quint32 m_lastFrame = 0;
     quint64 m_lastTick = 0;
     qint64 m_lastUs = 0;
-    bool m_lastOverflowed = false;
     qint32 m_lastCounters[kCounters] = {};
 
     QFile* m_log = nullptr;
