@@ -7,6 +7,8 @@
 #include "ksSim/CxSimCameraConfig.h"
 
 #include <QMap>
+#include <algorithm>
+#include <climits>
 #include <QString>
 #include <QStringList>
 
@@ -32,7 +34,11 @@ public:
     int value(const QString& name) const { return m_values.value(name).value; }
     bool counterSupported(int selector) const;
     int counter(int selector) const { return m_counters[selector]; }
-    void addToCounter(int selector, int amount) { m_counters[selector] += amount; }
+    // A counter stops at its largest value rather than wrap into negative counts.
+    void addToCounter(int selector, int amount)
+    {
+        m_counters[selector] = int(std::min<qint64>(qint64(m_counters[selector]) + amount, INT_MAX));
+    }
     void resetCounters();
 
 private:
