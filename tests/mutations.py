@@ -1,8 +1,21 @@
 #!/usr/bin/env python3
 """Changes one behaviour at a time, rebuilds and runs the tests that should notice, and
 prints which test caught each change. A change that no test catches is a gap in the suite.
-Run from the repository root after a build in build/: python3 tests/mutations.py"""
+Run from the repository root after a build in build/:
+
+    python3 tests/mutations.py                  # the fixed list
+    python3 tests/mutations.py "part of a name" # the fixed ones whose description has it
+    python3 tests/mutations.py --random 30 --seed 7
+
+--random draws single-line changes from the plug-in's sources: files in turn, a function of
+the file at random, a line of it at random and one of the changes that apply to that line
+(a comparison, a logical or arithmetic operator, a boolean or a whole number changed, a
+condition negated, a statement dropped). A change that does not compile, or leaves the
+object file's code as it was, is replaced by the next draw. The score is printed at the end."""
+import filecmp
 import os
+import random
+import re
 import subprocess
 import sys
 
@@ -42,8 +55,176 @@ MUTATIONS = [
     ("panel", "setup stays usable while measuring", FORM, "ui->btnSetup->setEnabled(!anyMeasurementRunning());", "ui->btnSetup->setEnabled(true);", PANEL_TESTS),
     ("panel", "measure mode kept when the key is absent", FORM, "    else\n        measureMode = MeasureModeDataThroughput;", "", PANEL_TESTS),
     ("panel", "roll-back leaves a camera measuring", FORM, "                line->stopMeasurement();\n                delegate->setCameraControlEnabled(hCam, true);", "                delegate->setCameraControlEnabled(hCam, true);", PANEL_TESTS),
+    ("panel", "table left selectable", FORM, "    ui->table->setSelectionMode(QAbstractItemView::NoSelection);\n", "", PANEL_TESTS),
+    ("panel", "plot one layout row too low", FORM, 'tr("Buffer filled [%]"));\n    ui->plot->plotLayout()->addElement(int(row) + 1, 0, rect);', 'tr("Buffer filled [%]"));\n    ui->plot->plotLayout()->addElement(int(row) + 2, 0, rect);', PANEL_TESTS),
+    ("panel", "Refresh does not redraw", FORM, "void CxDataGraphForm::on_refreshGraph_clicked()\n{\n    updateGraph();", "void CxDataGraphForm::on_refreshGraph_clicked()\n{", PANEL_TESTS),
+    ("setup dialog", "period enabled when opened in acquisition", DIALOG, "        ui->spinSamplePeriod->setEnabled(false);\n", "", PANEL_TESTS),
+    ("setup dialog", "mode index check inverted", DIALOG, "if (index != 0 && index != 1)", "if (index == 0 || index == 1)", PANEL_TESTS),
+    ("capture", "worker's end never reported", ENGINE, "    runReturned.store(true, std::memory_order_release);\n", "", ENGINE_TESTS),
+    ("capture", "one skipped image counted at the end", ENGINE, "        if (m_count > 1)", "        if (m_count > 0)", ENGINE_TESTS),
     ("setup dialog", "capacity truncated, not rounded", DIALOG, "(m_form->maxSamples + 500000) / 1000000", "m_form->maxSamples / 1000000", PANEL_TESTS),
 ]
+
+
+PLUGIN = "plugins/kspDataThroughputGraph"
+SOURCES = [ENGINE, FORM, DIALOG, PLUGIN + "/RunHistory.cpp", PLUGIN + "/HistoryPlot.cpp", PLUGIN + "/RunHistoryDlg.cpp"]
+OBJECTS = "build/plugins/kspDataThroughputGraph/CMakeFiles/kspDataThroughputGraphLib.dir/"
+# Fast ones first: a change is caught by the first test that fails.
+ALL_TESTS = ["tst_series", "tst_preparation", "tst_measurement", "tst_history", "tst_plugin", "tst_faults", "tst_panel", "tst_host"]
+BUILD_TARGETS = ALL_TESTS + ["kspDataThroughputGraph", "lumorix-sim"]
+
+# (name, pattern, replacement); patterns never match inside string literals or comments.
+OPERATORS = [
+    ("<= to <", r"<=", "<"),
+    ("< to <=", r"(?<![<\w])\s<\s(?!<)", " <= "),
+    (">= to >", r">=", ">"),
+    ("> to >=", r"(?<![->])\s>\s(?!>)", " >= "),
+    ("== to !=", r"==", "!="),
+    ("!= to ==", r"!=", "=="),
+    ("&& to ||", r"&&", "||"),
+    ("|| to &&", r"\|\|", "&&"),
+    ("true to false", r"\btrue\b", "false"),
+    ("false to true", r"\bfalse\b", "true"),
+    ("+ to -", r"(?<=\w|\))\s\+\s", " - "),
+    ("- to +", r"(?<=\w|\))\s-\s", " + "),
+    ("* to /", r"(?<=\w|\))\s\*\s", " / "),
+    ("number + 1", r"(?<![\w.])(\d+)(?![\w.])", None),
+    ("condition negated", r"\bif \(", "if (!"),
+]
+
+
+def code_mask(line):
+    """The line with string literals and a trailing comment blanked, so patterns skip them."""
+    out = []
+    quote = None
+    i = 0
+    while i < len(line):
+        c = line[i]
+        if quote:
+            out.append(" ")
+            if c == "\\":
+                out.append(" ")
+                i += 1
+            elif c == quote:
+                quote = None
+        elif c in "\"'":
+            quote = c
+            out.append(" ")
+        elif line.startswith("//", i):
+            out.extend(" " * (len(line) - i))
+            break
+        else:
+            out.append(c)
+        i += 1
+    return "".join(out)
+
+
+def functions(path):
+    """(name, first body line, last body line) of each function defined at the file's top level."""
+    lines = open(path).read().split("\n")
+    found = []
+    i = 0
+    while i < len(lines):
+        match = re.match(r"^[A-Za-z][\w:<>,*& ]*?\b([\w]+::~?\w+|\w+)\(", lines[i])
+        if match and not lines[i].rstrip().endswith(";"):
+            j = i
+            while j < len(lines) and lines[j] != "{" and not lines[j].endswith("{"):
+                j += 1
+            k = j + 1
+            while k < len(lines) and lines[k] != "}":
+                k += 1
+            if k < len(lines) and k - j > 1:
+                found.append((match.group(1), j + 1, k - 1))
+            i = k + 1
+        else:
+            i += 1
+    return found
+
+
+def draws(rng):
+    """Endless single-line changes, the files in turn: (path, line number, description, new line)."""
+    tables = {path: functions(path) for path in SOURCES}
+    while True:
+        for path in SOURCES:
+            lines = open(path).read().split("\n")
+            for _ in range(200):
+                name, first, last = rng.choice(tables[path])
+                number = rng.randint(first, last)
+                line = lines[number]
+                code = code_mask(line)
+                stripped = code.strip()
+                if not stripped or stripped in ("{", "}", "};") or stripped.startswith("#"):
+                    continue
+                choices = []
+                for label, pattern, replacement in OPERATORS:
+                    for match in re.finditer(pattern, code):
+                        choices.append((label, match, replacement))
+                if stripped.endswith(";") and re.match(r"[\w>.:-]+(\(|->|\.|\s[-+*/|&]?=\s|\+\+|--)", stripped) \
+                        and not re.match(r"(const|auto|return|int|double|bool|qint64|quint64|QString|static)\b", stripped):
+                    choices.append(("statement dropped", None, ""))
+                if not choices:
+                    continue
+                label, match, replacement = rng.choice(choices)
+                if match is None:
+                    changed = ""
+                elif replacement is None:
+                    changed = line[:match.start()] + str(int(match.group(1)) + 1) + line[match.end():]
+                else:
+                    changed = line[:match.start()] + replacement + line[match.end():]
+                yield path, number, "%s in %s: %s" % (label, name, line.strip()[:60]), changed
+                break
+
+
+def stripped_object(path):
+    obj = OBJECTS + os.path.basename(path) + ".o"
+    out = "/tmp/mutation-" + os.path.basename(path) + ".o"
+    subprocess.run(["objcopy", "--strip-debug", obj, out], check=True)
+    return out
+
+
+def random_run(count, seed):
+    env = dict(os.environ, QT_QPA_PLATFORM="offscreen")
+    rng = random.Random(seed)
+    baseline = {}
+    for path in SOURCES:
+        baseline[path] = stripped_object(path) + ".base"
+        os.replace(baseline[path][: -len(".base")], baseline[path])
+    caught = 0
+    rows = 0
+    skipped = {"does not compile": 0, "same code": 0}
+    for path, number, what, changed in draws(rng):
+        if rows >= count:
+            break
+        source = open(path).read()
+        lines = source.split("\n")
+        lines[number] = changed
+        open(path, "w").write("\n".join(lines))
+        try:
+            if run("cmake --build build -j2 --target kspDataThroughputGraphLib").returncode != 0:
+                skipped["does not compile"] += 1
+                continue
+            if filecmp.cmp(stripped_object(path), baseline[path], shallow=False):
+                skipped["same code"] += 1
+                continue
+            if run("cmake --build build -j2 --target " + " ".join(BUILD_TARGETS)).returncode != 0:
+                skipped["does not compile"] += 1
+                continue
+            verdict = "NOT CAUGHT"
+            for test in ALL_TESTS:
+                result = subprocess.run(["timeout", "180", "build/bin/" + test], capture_output=True, text=True, env=env)
+                if result.returncode != 0:
+                    failed = [l.split("::")[1].split("(")[0] for l in result.stdout.splitlines() if l.startswith("FAIL!")]
+                    verdict = test + ": " + (", ".join(sorted(set(failed))) or "crashed or timed out")
+                    break
+            rows += 1
+            caught += verdict != "NOT CAUGHT"
+            print("%-22s %4d  %-70s %s" % (os.path.basename(path), number + 1, what, verdict), flush=True)
+        finally:
+            open(path, "w").write(source)
+    run("cmake --build build -j2")
+    print("caught %d of %d (%.0f %%); drawn and replaced: %d that did not compile, %d that left the code as it was"
+          % (caught, rows, 100.0 * caught / max(rows, 1), skipped["does not compile"], skipped["same code"]))
+    return 0 if caught * 10 >= rows * 9 else 1
 
 
 def run(command):
@@ -51,6 +232,10 @@ def run(command):
 
 
 def main():
+    if len(sys.argv) > 1 and sys.argv[1] == "--random":
+        count = int(sys.argv[2]) if len(sys.argv) > 2 else 30
+        seed = int(sys.argv[4]) if len(sys.argv) > 4 and sys.argv[3] == "--seed" else 1
+        return random_run(count, seed)
     env = dict(os.environ, QT_QPA_PLATFORM="offscreen")
     rows = []
     only = sys.argv[1] if len(sys.argv) > 1 else ""

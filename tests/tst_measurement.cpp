@@ -245,8 +245,12 @@ void TestMeasurement::skippedImagesAreLoggedOnceAndCounted_data()
     QTest::addColumn<int>("size");
     QTest::addColumn<int>("period");
     QTest::addColumn<QString>("first");
-    QTest::newRow("period below one sample") << 64 << 4 << "shorter than one sample";
-    QTest::newRow("image below one period") << 16 << 4096 << "Image of 16 x 16 pixels holds no sample";
+    QTest::addColumn<bool>("onlyOne"); // every capture after the first fails
+    QTest::newRow("period below one sample") << 64 << 4 << "shorter than one sample" << false;
+    QTest::newRow("image below one period")
+        << 16 << 4096 << "Image of 16 x 16 pixels holds no sample" << false;
+    // The first message says it all: no count follows.
+    QTest::newRow("one image only") << 16 << 4096 << "Image of 16 x 16 pixels holds no sample" << true;
 }
 
 void TestMeasurement::skippedImagesAreLoggedOnceAndCounted()
@@ -254,10 +258,22 @@ void TestMeasurement::skippedImagesAreLoggedOnceAndCounted()
     QFETCH(int, size);
     QFETCH(int, period);
     QFETCH(QString, first);
+    QFETCH(bool, onlyOne);
     KSCORE_HANDLE hCam = open(camera("tiny", 400.0, size, size));
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
     CxCriticalLog log;
+    if (onlyOne)
+        faults(hCam)->failCaptures(ExCaptureFault::Fail, INT_MAX, 1);
     QVERIFY(line->startMeasurement(uint(period), 1000));
+    if (onlyOne) {
+        QTRY_VERIFY(log.messages().size() >= 2); // the skip, then the failures
+        QVERIFY(line->stopMeasurement());
+        QCOMPARE(sim(hCam)->capturesDelivered(), quint64(1));
+        QVERIFY(log.contains(526, first));
+        for (const QString& message : log.messages())
+            QVERIFY2(!message.contains(QStringLiteral("images skipped")), qPrintable(message));
+        return;
+    }
     QVERIFY(runUntilDelivered(line.get(), 20));
     QCOMPARE(storedFrames(line.get()), 0);
     const quint64 delivered = sim(hCam)->capturesDelivered();
@@ -295,8 +311,10 @@ void TestMeasurement::unknownModeInTheWorkerEndsAtOnce()
     CxCameraLineData line;
     CxCriticalLog log;
     CxAcquisitionThread thread(&line, MeasureMode(7));
+    QVERIFY(!thread.hasReturned());
     thread.start();
     thread.join(); // a hang here is what the test guards against
+    QVERIFY(thread.hasReturned());
     QVERIFY(log.messages().size() == 1);
     QVERIFY(log.messages().first().contains(QStringLiteral(
         "CameraLineData L 31 :  \"CxAcquisitionThread::run(): Unknown measurement mode selected\"")));

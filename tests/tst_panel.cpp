@@ -181,8 +181,20 @@ void TestPanel::rowsCellsAndPlotsFollowTheHost()
     QCOMPARE(rect->axis(QCPAxis::atBottom)->tickLabelColor(), QColor(Qt::white));
     QCOMPARE(rect->rangeDragAxes(Qt::Horizontal), QList<QCPAxis*>({rect->axis(QCPAxis::atBottom)}));
     QVERIFY(rect->rangeDragAxes(Qt::Vertical).isEmpty());
-    auto* title = qobject_cast<QCPTextElement*>(plotOf(&form)->plotLayout()->element(0, 0));
-    QCOMPARE(title->text(), QStringLiteral("Test camera (A)"));
+    // Each camera's title sits right above its rectangle, the cameras one after another.
+    QCPLayoutGrid* layout = plotOf(&form)->plotLayout();
+    QCOMPARE(layout->rowCount(), 4);
+    for (int i = 0; i < 2; ++i) {
+        auto* title = qobject_cast<QCPTextElement*>(layout->element(2 * i, 0));
+        QVERIFY(title);
+        QCOMPARE(title->text(),
+                 i == 0 ? QStringLiteral("Test camera (A)") : QStringLiteral("Test camera (B)"));
+        QCOMPARE(layout->element(2 * i + 1, 0), form.GetCameraPlot(i == 0 ? a : b));
+    }
+    // Rows are not for selecting: a click leaves none selected.
+    QTest::mouseClick(t->viewport(), Qt::LeftButton, {},
+                      t->visualItemRect(t->item(0, Tp::colCamera)).center());
+    QVERIFY(t->selectedItems().isEmpty());
 
     // The host's own acquisition locks the row's measure button.
     CxCameraManager::instance()->startAcquisition(b);
@@ -307,8 +319,9 @@ void TestPanel::throughputRunFillsStatisticsAndSeries()
     // Automatic vertical scaling shows its range in the manual fields.
     QVERIFY(cellWidgetChild<QLineEdit>(&form, 0, Tp::colYAxisScaling, 2)->text().toInt() >= 400);
 
+    // "Refresh" redraws for the user level now in force.
     recorder()->setLevel(2);
-    QMetaObject::invokeMethod(&form, "updateGraph");
+    child<QPushButton>(&form, "refreshGraph")->click();
     QCOMPARE(graphNames(&form), QStringList({"Max buffer level"}));
     recorder()->setLevel(4);
     form.plotCheckBoxes[1]->setChecked(false);
@@ -448,21 +461,30 @@ void TestPanel::setupDialogConvertsAndApplies_data()
     QTest::addColumn<int>("intervalMs");
     QTest::addColumn<int>("chooseMode");
     QTest::addColumn<bool>("confirm");
-    QTest::addColumn<QList<int>>("shown");  // capacity, period, refresh, period enabled
+    QTest::addColumn<int>("startMode");
+    // capacity, period, refresh, period enabled on opening, period enabled as the chosen mode wants
+    QTest::addColumn<QList<int>>("shown");
     QTest::addColumn<QList<int>>("result"); // maxSamples, samplePeriod, interval, mode, data kept, columns
 
-    QTest::newRow("capacity rounds down") << 1499999 << 8192 << 1000 << 0 << true << QList<int>{1, 8192, 1, 1}
-                                          << QList<int>{1000000, 8192, 1000, 0, 1, 12};
-    QTest::newRow("capacity rounds up") << 1500000 << 8192 << 1500 << 0 << true << QList<int>{2, 8192, 1, 1}
-                                        << QList<int>{2000000, 8192, 1000, 0, 1, 12};
+    QTest::newRow("capacity rounds down")
+        << 1499999 << 8192 << 1000 << 0 << true << 0 << QList<int>{1, 8192, 1, 1, 1}
+        << QList<int>{1000000, 8192, 1000, 0, 1, 12};
+    QTest::newRow("capacity rounds up")
+        << 1500000 << 8192 << 1500 << 0 << true << 0 << QList<int>{2, 8192, 1, 1, 1}
+        << QList<int>{2000000, 8192, 1000, 0, 1, 12};
     QTest::newRow("short period clamps")
-        << 10000000 << 1024 << 1000 << 0 << true << QList<int>{10, 4096, 1, 1}
+        << 10000000 << 1024 << 1000 << 0 << true << 0 << QList<int>{10, 4096, 1, 1, 1}
         << QList<int>{10000000, 4096, 1000, 0, 0, 12};
     QTest::newRow("mode change rebuilds")
-        << 10000000 << 4096 << 2000 << 1 << true << QList<int>{10, 4096, 2, 1}
+        << 10000000 << 4096 << 2000 << 1 << true << 0 << QList<int>{10, 4096, 2, 1, 1}
         << QList<int>{10000000, 4096, 2000, 1, 0, 11};
-    QTest::newRow("cancel keeps all") << 1499999 << 1024 << 1500 << 1 << false << QList<int>{1, 4096, 1, 1}
-                                      << QList<int>{1499999, 1024, 1500, 0, 1, 12};
+    QTest::newRow("cancel keeps all")
+        << 1499999 << 1024 << 1500 << 1 << false << 0 << QList<int>{1, 4096, 1, 1, 1}
+        << QList<int>{1499999, 1024, 1500, 0, 1, 12};
+    // Opened in the acquisition mode the period is off until the throughput mode is chosen.
+    QTest::newRow("opened in acquisition")
+        << 10000000 << 4096 << 1000 << 0 << false << 1 << QList<int>{10, 4096, 1, 0, 1}
+        << QList<int>{10000000, 4096, 1000, 1, 1, 12};
 }
 
 void TestPanel::setupDialogConvertsAndApplies()
@@ -472,6 +494,7 @@ void TestPanel::setupDialogConvertsAndApplies()
     QFETCH(int, intervalMs);
     QFETCH(int, chooseMode);
     QFETCH(bool, confirm);
+    QFETCH(int, startMode);
     QFETCH(QList<int>, shown);
     QFETCH(QList<int>, result);
 
@@ -480,6 +503,7 @@ void TestPanel::setupDialogConvertsAndApplies()
     form.maxSamples = maxSamples;
     form.samplePeriod = samplePeriod;
     form.refreshTimer.setInterval(intervalMs);
+    form.measureMode = startMode;
     CxCameraLineData* line = form.cameraLines.value(hCam);
     line->frames.append(new CxCameraLineData::CxFrameData);
 
@@ -490,7 +514,7 @@ void TestPanel::setupDialogConvertsAndApplies()
             return false;
         auto* period = dialog->findChild<QSpinBox*>("spinSamplePeriod");
         seen << dialog->findChild<QSpinBox*>("spinCapacity")->value() << period->value()
-             << dialog->findChild<QSpinBox*>("graphRefreshPeriod")->value();
+             << dialog->findChild<QSpinBox*>("graphRefreshPeriod")->value() << int(period->isEnabled());
         dialog->findChild<QComboBox*>("measureMode")->setCurrentIndex(chooseMode);
         seen << int(period->isEnabled() == (chooseMode == 0));
         confirm ? dialog->accept() : dialog->reject();

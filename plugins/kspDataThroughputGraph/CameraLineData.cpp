@@ -1352,7 +1352,7 @@ void CxAcquisitionThread::join()
     // wait() already orders the worker's writes before us, but inside Qt, which is not built
     // for the race checker; this acquire, paired with run()'s last store, says the same in
     // code it sees, so deleting the thread right after is not reported as a race.
-    const bool returned = runReturned.load(std::memory_order_acquire);
+    const bool returned = hasReturned();
     Q_ASSERT(returned || !isFinished());
     Q_UNUSED(returned);
 }

@@ -251,6 +251,8 @@ public:
 
     // Returns once run() has returned; everything the worker wrote is then visible here.
     void join();
+    // True once run() has returned.
+    bool hasReturned() const { return runReturned.load(std::memory_order_acquire); }
 
     CxCameraLineData* lineData;
     MeasureMode mode;
