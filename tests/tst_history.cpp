@@ -7,6 +7,9 @@
 #include "PanelTestSupport.h"
 #include "SampleModel.h"
 
+#include <QLabel>
+#include <QTableWidget>
+#include <QTemporaryDir>
 #include <QtTest>
 #include <random>
 #include <vector>
@@ -51,6 +54,7 @@ private slots:
     void nothingEscapesAStoreThatTurnsOver();
     void verdictShowsItsArithmetic();
     void panelDrawsTheHistoryBeforeTheStoreWithoutAWrap();
+    void runHistoryWindowShowsTheRunZoomsAndReadsItsLog();
 };
 
 void TestHistory::aDayOfFramesIsKeptExactlyInBoundedMemory()
@@ -241,6 +245,65 @@ void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()
              qPrintable(QStringLiteral("%1 .. %2").arg(first).arg(last)));
     QVERIFY(qAbs(history->data()->begin()->value - 400.0) < 1.0);
     QCOMPARE(plot->itemCount(), 1); // the label of its resolution
+}
+
+void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
+{
+    const KSCORE_HANDLE hCam = open(camera(QStringLiteral("window"), 400.0, 512, 256));
+    CxDataGraphForm form;
+    form.resize(1400, 900);
+    form.show();
+    CxCameraLineData* line = form.cameraLines.value(hCam);
+    // A minute ago: a dip to 50 MB/s, then a stall of 40 ms between two frames.
+    const qint64 start = qint64(QTime::currentTime().msecsSinceStartOfDay()) * 1000 - 60000000;
+    line->history.begin(false, kPeriod, 300, 64 << 20);
+    const std::vector<quint64> f0 = frame(0, 400.0, 20, 30, 50.0);
+    const std::vector<quint64> f1 = frame(f0.back() + 40000 * 250, 400.0);
+    line->history.addFrame(0, start, f0.data(), f0.size());
+    line->history.addFrame(1, start + qint64((f1[0] - f0[0]) / 250), f1.data(), f1.size());
+    line->history.finish();
+    QTemporaryDir dir;
+    const QString log = dir.filePath(QStringLiteral("run.log.csv"));
+    QVERIFY(line->history.openLog(log, QStringLiteral("Test camera (WINDOW)")));
+    line->history.writeLogLine();
+    line->history.openLog(QString(), QString());
+
+    form.showRunHistory(quintptr(hCam));
+    auto* window = form.findChild<CxRunHistoryDlg*>();
+    QVERIFY(window && QTest::qWaitForWindowExposed(window));
+    const CxRunHistory::SxTotals totals = line->history.totals();
+    QVERIFY(window->findChild<QLabel*>(QStringLiteral("summary"))
+                ->text()
+                .contains(QStringLiteral("%1 MB/s").arg(totals.linkAverage(), 0, 'f', 1)));
+    QCOMPARE(window->findChild<QLabel*>(QStringLiteral("verdict"))->text(),
+             CxRunHistory::verdict(totals).text);
+    auto* events = window->findChild<QTableWidget*>(QStringLiteral("events"));
+    QCOMPARE(events->rowCount(), 2);
+    // Sorted by depth the stall (26 MB/s) comes first; a double-click shows it in the graph.
+    events->sortItems(3);
+    QCOMPARE(events->item(0, 2)->text(), QStringLiteral("Dip"));
+    QVERIFY(events->item(0, 3)->text().startsWith(QStringLiteral("26.2")));
+    const QPoint cell = events->visualItemRect(events->item(0, 0)).center();
+    QTest::mouseClick(events->viewport(), Qt::LeftButton, {}, cell);
+    QTest::mouseDClick(events->viewport(), Qt::LeftButton, {}, cell);
+    const QCPRange range = child<QCustomPlot>(&form, "plot")->axisRect(0)->axis(QCPAxis::atBottom)->range();
+    const double stall = double(start + qint64((f0.back() - f0[0]) / 250) - form.timeAxisReference) / 1e6;
+    QVERIFY2(range.lower < stall && stall < range.upper && range.size() < 1.0,
+             qPrintable(QStringLiteral("%1 in %2 .. %3").arg(stall).arg(range.lower).arg(range.upper)));
+
+    // The log read back by a window of its own says the same.
+    CxRunHistoryDlg old(QString(), nullptr);
+    QVERIFY(old.openLog(log));
+    QCOMPARE(old.eventRows(), 2);
+    QVERIFY(old.windowTitle().contains(QStringLiteral("Test camera (WINDOW)")));
+    QVERIFY(old.findChild<QLabel*>(QStringLiteral("summary"))
+                ->text()
+                .contains(QStringLiteral("%1 MB/s").arg(totals.linkAverage(), 0, 'f', 1)));
+
+    // The camera goes; its window stays, reading nothing more.
+    closeAll();
+    QVERIFY(window->isVisible());
+    QCOMPARE(window->eventRows(), 2);
 }
 
 QTEST_MAIN(TestHistory)
