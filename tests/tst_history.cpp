@@ -166,6 +166,11 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(counters[0].count, quint64(3));
     QCOMPARE(counters[1].counter, qint8(4));
     QCOMPARE(counters[1].startUs, qint64(1000));
+    // Each keeps the records that led up to it.
+    const std::vector<CxRunHistory::SxSnapshot> records = history.snapshots(0, LLONG_MAX);
+    QCOMPARE(records.size(), size_t(2));
+    QCOMPARE(records[0].records.size(), size_t(2));
+    QCOMPARE(records[0].records.back().counters[1], 3);
 }
 
 void TestHistory::nothingEscapesAStoreThatTurnsOver()

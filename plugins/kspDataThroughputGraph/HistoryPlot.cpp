@@ -180,6 +180,16 @@ bool CxHistoryPlot::drawCounters(QCustomPlot* plot, QCPAxisRect* rect, const CxR
                 graphs[k]->addData(xOf(totals, view, starts[i] + resolution),
                                    double(totals.firstCounters[k]) + double(sum[k]));
     }
+    // Around the worst counter events, the records themselves.
+    for (const CxRunHistory::SxSnapshot& snapshot : history.snapshots(from, to)) {
+        for (int k = 0; k < CxRunHistory::kCounters; ++k) {
+            if (!colors[k].isValid())
+                continue;
+            QCPGraph* records = addGraph(plot, rect->axis(QCPAxis::atLeft), rect, colors[k], false);
+            for (const CxRunHistory::SxCounterRecord& record : snapshot.records)
+                records->addData(xOf(totals, view, record.atUs), double(record.counters[k]));
+        }
+    }
     label(plot, rect, resolution);
     return true;
 }

@@ -21,6 +21,8 @@ double badness(const CxRunHistory::SxEvent& event, double threshold)
 {
     if (event.kind == CxRunHistory::EventOverflow)
         return -1.0;
+    if (event.kind == CxRunHistory::EventCounter)
+        return -double(event.count);
     return threshold > 0.0 ? event.depth / threshold : event.depth;
 }
 
@@ -66,6 +68,7 @@ void CxRunHistory::begin(bool acquisition, quint32 samplePeriod, qint32 required
     m_snapshots.clear();
     m_inDip = false;
     m_haveLast = false;
+    m_recentRecords.clear();
     m_openOverflow = -1;
     m_cur = SxBucket();
     m_curIndex = -1;
@@ -333,6 +336,12 @@ void CxRunHistory::addCounters(quint32 frameNumber, qint64 timestamp, const qint
     if (m_totals.startOfDayUs < 0)
         m_totals.startOfDayUs = timestamp;
     const qint64 at = std::max<qint64>(timestamp - m_totals.startOfDayUs, 0);
+    SxCounterRecord record;
+    record.atUs = at;
+    std::copy(counters, counters + kCounters, record.counters);
+    m_recentRecords.push_back(record);
+    if (int(m_recentRecords.size()) > kSnapshotRecords)
+        m_recentRecords.pop_front();
     if (m_haveLast) {
         const qint64 fineIndex = at / kFineUs;
         const int slot = int(fineIndex % kFineBuckets);
@@ -353,7 +362,16 @@ void CxRunHistory::addCounters(quint32 frameNumber, qint64 timestamp, const qint
             m_totals.counterIncrease[k] += quint64(increase);
             m_fineCounters[size_t(slot)].increase[k] += quint32(increase);
             m_coarseCounters[coarseIndex].increase[k] += quint32(increase);
-            addEvent(SxEvent{EventCounter, qint8(k), at, 0, double(increase), quint64(increase)});
+            const SxEvent event{EventCounter, qint8(k), at, 0, double(increase), quint64(increase)};
+            addEvent(event);
+            // The records that led up to it, to be seen one by one later.
+            if (makeRoomFor(event)) {
+                SxSnapshot snapshot;
+                snapshot.event = event;
+                snapshot.firstUs = m_recentRecords.front().atUs;
+                snapshot.records.assign(m_recentRecords.begin(), m_recentRecords.end());
+                m_snapshots.push_back(std::move(snapshot));
+            }
         }
     } else {
         std::copy(counters, counters + kCounters, m_totals.firstCounters);
@@ -446,10 +464,12 @@ std::vector<CxRunHistory::SxSnapshot> CxRunHistory::snapshots(qint64 fromUs, qin
     QMutexLocker lock(&mutex);
     std::vector<SxSnapshot> found;
     for (const SxSnapshot& snapshot : m_snapshots) {
-        if (snapshot.samples.size() < 2)
+        if (snapshot.samples.size() < 2 && snapshot.records.empty())
             continue;
         const qint64 last =
-            snapshot.firstUs + qint64((snapshot.samples.back() - snapshot.samples.front()) / 250u);
+            snapshot.records.empty()
+                ? snapshot.firstUs + qint64((snapshot.samples.back() - snapshot.samples.front()) / 250u)
+                : snapshot.records.back().atUs;
         if (last >= fromUs && snapshot.firstUs < toUs)
             found.push_back(snapshot);
     }
@@ -468,7 +488,8 @@ qint64 CxRunHistory::memoryBytes() const
                m_fineIndex.capacity() * sizeof(qint64)) +
         qint64(m_events.capacity()) * qint64(sizeof(SxEvent));
     for (const SxSnapshot& snapshot : m_snapshots)
-        bytes += qint64(sizeof(SxSnapshot) + snapshot.samples.capacity() * sizeof(quint64));
+        bytes += qint64(sizeof(SxSnapshot) + snapshot.samples.capacity() * sizeof(quint64) +
+                        snapshot.records.capacity() * sizeof(SxCounterRecord));
     return bytes;
 }
 

@@ -75,11 +75,20 @@ public:
         quint64 count = 1;  // frames or counter increase
     };
 
+    // One acquisition record as a snapshot keeps it.
+    struct SxCounterRecord
+    {
+        qint64 atUs = 0;
+        qint32 counters[kCounters] = {};
+    };
+    static constexpr int kSnapshotRecords = 32; // before and with an acquisition event
+
     struct SxSnapshot
     {
         SxEvent event;
-        qint64 firstUs = 0;           // time of samples[0], after the run's first sample
-        std::vector<quint64> samples; // device ticks
+        qint64 firstUs = 0;                   // time of samples[0], after the run's first sample
+        std::vector<quint64> samples;         // device ticks
+        std::vector<SxCounterRecord> records; // the acquisition mode's instead
     };
 
     struct SxTotals
@@ -196,6 +205,7 @@ private:
     quint64 m_lastTick = 0;
     qint64 m_lastUs = 0;
     qint32 m_lastCounters[kCounters] = {};
+    std::deque<SxCounterRecord> m_recentRecords; // the last kSnapshotRecords
 
     QFile* m_log = nullptr;
 };
