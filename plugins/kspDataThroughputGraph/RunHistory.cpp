@@ -229,63 +229,89 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
         bucketSteps = 0;
         bucketTicks = 0;
     };
-    for (quint64 i = 1; i < sampleCount; ++i) {
-        const quint64 tick = samples[i];
-        const quint64 delta = tick - samples[i - 1];
-        if (tick >= bucketEnd) {
-            flushBucket();
-            const qint64 index = std::max<qint64>(base + qint64((tick - first) / 250u), 0) / kFineUs;
-            if (index != m_curIndex) {
-                closeFineBucket();
-                m_curIndex = index;
-            }
-            bucketEnd = first + quint64((index + 1) * kFineUs - base) * 250u;
+    // Most frames lie in one 10 ms bucket and are nowhere slower than required: then only
+    // their longest step matters, which a loop the compiler vectorises finds.
+    quint64 longestStep = 0;
+    for (quint64 i = 1; i < sampleCount; ++i)
+        longestStep = std::max(longestStep, samples[i] - samples[i - 1]);
+    const qint64 firstIndex = std::max<qint64>(base + qint64((samples[1] - first) / 250u), 0) / kFineUs;
+    const qint64 lastIndex =
+        std::max<qint64>(base + qint64((samples[sampleCount - 1] - first) / 250u), 0) / kFineUs;
+    const bool quiet = firstIndex == lastIndex && longestStep <= dipTicks &&
+                       (size <= 0.0 || double(longestStep) * gainPerTick <= period);
+    if (quiet) {
+        endDip();
+        if (firstIndex != m_curIndex) {
+            closeFineBucket();
+            m_curIndex = firstIndex;
         }
-        bucketLongest = std::max(bucketLongest, delta);
-        ++bucketSteps;
-        bucketTicks += delta;
-        if (size > 0.0) {
-            fill += double(delta) * gainPerTick - period;
-            if (fill < 0.0) {
-                fill = 0.0;
-            } else if (fill > size) {
-                fill = size;
-                if (!overflow)
-                    overflowAt = i;
-                overflow = true;
+        bucketLongest = longestStep;
+        bucketSteps = sampleCount - 1;
+        bucketTicks = samples[sampleCount - 1] - first;
+        longest = longestStep;
+        longestAt = 0; // looked for below, only if the run needs it
+    } else {
+        for (quint64 i = 1; i < sampleCount; ++i) {
+            const quint64 tick = samples[i];
+            const quint64 delta = tick - samples[i - 1];
+            if (tick >= bucketEnd) {
+                flushBucket();
+                const qint64 index = std::max<qint64>(base + qint64((tick - first) / 250u), 0) / kFineUs;
+                if (index != m_curIndex) {
+                    closeFineBucket();
+                    m_curIndex = index;
+                }
+                bucketEnd = first + quint64((index + 1) * kFineUs - base) * 250u;
             }
-            bucketFullest = std::max(bucketFullest, fill);
-            if (fill > fullest) {
-                fullest = fill;
-                fullestAt = i;
+            bucketLongest = std::max(bucketLongest, delta);
+            ++bucketSteps;
+            bucketTicks += delta;
+            if (size > 0.0) {
+                fill += double(delta) * gainPerTick - period;
+                if (fill < 0.0) {
+                    fill = 0.0;
+                } else if (fill > size) {
+                    fill = size;
+                    if (!overflow)
+                        overflowAt = i;
+                    overflow = true;
+                }
+                bucketFullest = std::max(bucketFullest, fill);
+                if (fill > fullest) {
+                    fullest = fill;
+                    fullestAt = i;
+                }
             }
-        }
-        if (delta > longest) {
-            longest = delta;
-            longestAt = i;
-        }
-        if (delta > dipTicks) {
-            const double dtUs = double(delta) / kTicksPerUs;
-            const double speed = period / dtUs;
-            const qint64 atUs = base + qint64((tick - first) / 250u);
-            if (!m_inDip) {
-                m_inDip = true;
-                m_dip = SxEvent{EventDip, -1, atUs - qint64(dtUs), 0, speed, 1};
-                m_pendingFrame = samples;
-                m_pendingCount = sampleCount;
-                m_pendingIndex = i;
-                m_pendingBaseUs = base;
+            if (delta > longest) {
+                longest = delta;
+                longestAt = i;
             }
-            m_dip.depth = std::min(m_dip.depth, speed);
-            m_dip.durationUs = atUs - m_dip.startUs;
-        } else if (m_inDip) {
-            endDip();
+            if (delta > dipTicks) {
+                const double dtUs = double(delta) / kTicksPerUs;
+                const double speed = period / dtUs;
+                const qint64 atUs = base + qint64((tick - first) / 250u);
+                if (!m_inDip) {
+                    m_inDip = true;
+                    m_dip = SxEvent{EventDip, -1, atUs - qint64(dtUs), 0, speed, 1};
+                    m_pendingFrame = samples;
+                    m_pendingCount = sampleCount;
+                    m_pendingIndex = i;
+                    m_pendingBaseUs = base;
+                }
+                m_dip.depth = std::min(m_dip.depth, speed);
+                m_dip.durationUs = atUs - m_dip.startUs;
+            } else if (m_inDip) {
+                endDip();
+            }
         }
     }
     flushBucket();
     const qint64 atUs = base + qint64((samples[sampleCount - 1] - first) / 250u);
     const double slowest = period / (double(longest) / kTicksPerUs);
     if (slowest < m_totals.lowestSpeed || m_totals.frames == 0) {
+        for (quint64 i = 1; i < sampleCount && longestAt == 0; ++i)
+            if (samples[i] - samples[i - 1] == longest)
+                longestAt = i;
         m_totals.lowestSpeed = slowest;
         m_totals.lowestSpeedAtUs = base + qint64((samples[longestAt] - first) / 250u);
     }
