@@ -44,6 +44,12 @@ enum : int
     colLastCounter = 9,
 };
 
+// A camera's name as a file name.
+QString fileNameOf(QString name)
+{
+    return name.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
+}
+
 int leadingInt(const QString& text, bool* ok)
 {
     return text.section(QLatin1Char(' '), 0, 0).toInt(ok);
@@ -237,6 +243,7 @@ void CxScriptedRun::stopAndReport()
     const QJsonArray cameras = summarise();
     if (!m_options.acquisitionMode)
         exportCsvReports();
+    saveRunHistories();
     m_dialogTimer.stop();
 
     const QString summaryPath = QDir(m_options.outDir).filePath(QStringLiteral("summary.json"));
@@ -261,6 +268,33 @@ void CxScriptedRun::stopAndReport()
         return;
     }
     emit finished(0);
+}
+
+void CxScriptedRun::saveRunHistories()
+{
+    QTableWidget* table = panelTable();
+    for (int row = 0; table && row < table->rowCount(); ++row) {
+        const QTableWidgetItem* name = table->item(row, colCamera);
+        if (!name)
+            continue;
+        QMetaObject::invokeMethod(panel(), "showRunHistory",
+                                  Q_ARG(qulonglong, name->data(Qt::UserRole).toULongLong()));
+        QDialog* window = nullptr;
+        const QList<QDialog*> windows = panel()->findChildren<QDialog*>(QStringLiteral("CxRunHistoryDlg"));
+        for (QDialog* candidate : windows)
+            if (candidate->isVisible())
+                window = candidate;
+        if (!window)
+            continue;
+        QApplication::processEvents();
+        const QString shot =
+            QDir(m_options.outDir).filePath(fileNameOf(name->text()) + QStringLiteral(".history.png"));
+        QImageWriter writer(shot);
+        if (!writer.write(window->grab().toImage()))
+            m_failures.append(QStringLiteral("%1: the run history could not be written: %2")
+                                  .arg(shot, writer.errorString()));
+        window->close();
+    }
 }
 
 void CxScriptedRun::saveScreenshot(const QString& fileName)
@@ -297,9 +331,8 @@ void CxScriptedRun::exportCsvReports()
         const QTableWidgetItem* name = table->item(row, colCamera);
         if (!button || !name)
             continue;
-        QString fileName = name->text();
-        fileName.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
-        const QString path = QDir(m_options.outDir).absoluteFilePath(fileName + QStringLiteral(".csv"));
+        const QString path =
+            QDir(m_options.outDir).absoluteFilePath(fileNameOf(name->text()) + QStringLiteral(".csv"));
         expectDialog([path](QWidget* modal) {
             auto* dialog = qobject_cast<QFileDialog*>(modal);
             auto* edit = dialog ? dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")) : nullptr;

@@ -55,6 +55,8 @@ private:
     void showUpToNewestSample(double seconds);
     // Fits the window to its tables and saves it in the output folder; a failure is recorded.
     void saveScreenshot(const QString& fileName);
+    // A picture of each camera's run history window next to its other results.
+    void saveRunHistories();
     void fail(const QString& message);
     void exportCsvReports();
     QJsonArray summarise() const;

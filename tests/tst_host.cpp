@@ -121,6 +121,7 @@ void TestHost::headlessRunLeavesScreenshotReportsAndSummary()
 
         QString csvName = name;
         csvName.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
+        QVERIFY(isPainted(QImage(dir.filePath(csvName + QStringLiteral(".history.png")))));
         QFile csv(dir.filePath(csvName + QStringLiteral(".csv")));
         QVERIFY2(csv.open(QIODevice::ReadOnly), qPrintable(csv.fileName()));
         QVERIFY(csv.readLine().startsWith("Frame number,Frame Time [ns], Offset [B], Data Time Stamp [ns]"));
