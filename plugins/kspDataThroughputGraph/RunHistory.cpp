@@ -207,8 +207,6 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
     double fill = 0.0;
     bool overflow = false;
     quint64 overflowAt = 0;
-    quint64 longest = 0;
-    quint64 longestAt = 1;
     double fullest = 0.0;
     quint64 fullestAt = 1;
     quint64 bucketEnd = 0; // the tick the 10 ms bucket being filled ends at
@@ -248,8 +246,6 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
         bucketLongest = longestStep;
         bucketSteps = sampleCount - 1;
         bucketTicks = samples[sampleCount - 1] - first;
-        longest = longestStep;
-        longestAt = 0; // looked for below, only if the run needs it
     } else {
         for (quint64 i = 1; i < sampleCount; ++i) {
             const quint64 tick = samples[i];
@@ -282,10 +278,6 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
                     fullestAt = i;
                 }
             }
-            if (delta > longest) {
-                longest = delta;
-                longestAt = i;
-            }
             if (delta > dipTicks) {
                 const double dtUs = double(delta) / kTicksPerUs;
                 const double speed = period / dtUs;
@@ -307,11 +299,12 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
     }
     flushBucket();
     const qint64 atUs = base + qint64((samples[sampleCount - 1] - first) / 250u);
-    const double slowest = period / (double(longest) / kTicksPerUs);
+    const double slowest = period / (double(longestStep) / kTicksPerUs);
     if (slowest < m_totals.lowestSpeed || m_totals.frames == 0) {
-        for (quint64 i = 1; i < sampleCount && longestAt == 0; ++i)
-            if (samples[i] - samples[i - 1] == longest)
-                longestAt = i;
+        // Where the slowest step is, looked for only when the run needs it.
+        quint64 longestAt = 1;
+        while (longestAt + 1 < sampleCount && samples[longestAt] - samples[longestAt - 1] != longestStep)
+            ++longestAt;
         m_totals.lowestSpeed = slowest;
         m_totals.lowestSpeedAtUs = base + qint64((samples[longestAt] - first) / 250u);
     }
