@@ -154,21 +154,34 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(history.snapshots(0, LLONG_MAX).size(), size_t(4));
     QCOMPARE(history.totals().overflows, quint64(2));
 
-    // Counters: each increase is an event of its counter.
+    // Counters: each increase is an event of its counter, and lands in its buckets, fine for
+    // the last ten minutes and by the second for the whole run.
     history.begin(true, kPeriod, 300, 8 << 20);
     const qint32 first[5] = {0, 0, 0, 0, 0};
     const qint32 second[5] = {0, 3, 0, 0, 1};
+    const qint32 later[5] = {2, 3, 0, 0, 1};
     history.addCounters(0, 1000, first);
     history.addCounters(1, 2000, second);
+    history.addCounters(2, 1000 + 3600LL * 1000000, later);
+    QVector<qint64> starts;
+    QVector<CxRunHistory::SxCounterBucket> increases;
+    QCOMPARE(history.buckets(0, 3601LL * 1000000, &starts, nullptr, &increases), CxRunHistory::kCoarseUs);
+    QCOMPARE(starts.size(), 3601);
+    QCOMPARE(increases.first().increase[1], 3u);
+    QCOMPARE(increases.last().increase[0], 2u);
+    QCOMPARE(history.buckets(3600LL * 1000000, 3601LL * 1000000, &starts, nullptr, &increases),
+             CxRunHistory::kFineUs);
+    QCOMPARE(starts, QVector<qint64>({3600LL * 1000000}));
+    QCOMPARE(increases.first().increase[0], 2u);
     const QVector<CxRunHistory::SxEvent> counters = history.events();
-    QCOMPARE(counters.size(), 2);
+    QCOMPARE(counters.size(), 3);
     QCOMPARE(counters[0].counter, qint8(1));
     QCOMPARE(counters[0].count, quint64(3));
     QCOMPARE(counters[1].counter, qint8(4));
     QCOMPARE(counters[1].startUs, qint64(1000));
     // Each keeps the records that led up to it.
     const std::vector<CxRunHistory::SxSnapshot> records = history.snapshots(0, LLONG_MAX);
-    QCOMPARE(records.size(), size_t(2));
+    QCOMPARE(records.size(), size_t(3));
     QCOMPARE(records[0].records.size(), size_t(2));
     QCOMPARE(records[0].records.back().counters[1], 3);
 }

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QProgressDialog>
@@ -466,28 +467,29 @@ void TestPanel::setupDialogConvertsAndApplies_data()
     QTest::addColumn<int>("chooseMode");
     QTest::addColumn<bool>("confirm");
     QTest::addColumn<int>("startMode");
-    // capacity, period, refresh, period enabled on opening, period enabled as the chosen mode wants
+    // capacity, period, refresh, then how many of the period's box and two labels are enabled on
+    // opening and once the mode is chosen
     QTest::addColumn<QList<int>>("shown");
     QTest::addColumn<QList<int>>("result"); // maxSamples, samplePeriod, interval, mode, data kept, columns
 
     QTest::newRow("capacity rounds down")
-        << 1499999 << 8192 << 1000 << 0 << true << 0 << QList<int>{1, 8192, 1, 1, 1}
+        << 1499999 << 8192 << 1000 << 0 << true << 0 << QList<int>{1, 8192, 1, 3, 3}
         << QList<int>{1000000, 8192, 1000, 0, 1, 12};
     QTest::newRow("capacity rounds up")
-        << 1500000 << 8192 << 1500 << 0 << true << 0 << QList<int>{2, 8192, 1, 1, 1}
+        << 1500000 << 8192 << 1500 << 0 << true << 0 << QList<int>{2, 8192, 1, 3, 3}
         << QList<int>{2000000, 8192, 1000, 0, 1, 12};
     QTest::newRow("short period clamps")
-        << 10000000 << 1024 << 1000 << 0 << true << 0 << QList<int>{10, 4096, 1, 1, 1}
+        << 10000000 << 1024 << 1000 << 0 << true << 0 << QList<int>{10, 4096, 1, 3, 3}
         << QList<int>{10000000, 4096, 1000, 0, 0, 12};
     QTest::newRow("mode change rebuilds")
-        << 10000000 << 4096 << 2000 << 1 << true << 0 << QList<int>{10, 4096, 2, 1, 1}
+        << 10000000 << 4096 << 2000 << 1 << true << 0 << QList<int>{10, 4096, 2, 3, 0}
         << QList<int>{10000000, 4096, 2000, 1, 0, 11};
     QTest::newRow("cancel keeps all")
-        << 1499999 << 1024 << 1500 << 1 << false << 0 << QList<int>{1, 4096, 1, 1, 1}
+        << 1499999 << 1024 << 1500 << 1 << false << 0 << QList<int>{1, 4096, 1, 3, 0}
         << QList<int>{1499999, 1024, 1500, 0, 1, 12};
     // Opened in the acquisition mode the period is off until the throughput mode is chosen.
     QTest::newRow("opened in acquisition")
-        << 10000000 << 4096 << 1000 << 0 << false << 1 << QList<int>{10, 4096, 1, 0, 1}
+        << 10000000 << 4096 << 1000 << 0 << false << 1 << QList<int>{10, 4096, 1, 0, 3}
         << QList<int>{10000000, 4096, 1000, 1, 1, 12};
 }
 
@@ -517,10 +519,16 @@ void TestPanel::setupDialogConvertsAndApplies()
         if (!dialog)
             return false;
         auto* period = dialog->findChild<QSpinBox*>("spinSamplePeriod");
+        // The period and its two labels, greyed together.
+        auto enabled = [dialog, period]() {
+            return int(period->isEnabled()) +
+                   int(dialog->findChild<QLabel*>("label_samplePeriod")->isEnabled()) +
+                   int(dialog->findChild<QLabel*>("label_bytes")->isEnabled());
+        };
         seen << dialog->findChild<QSpinBox*>("spinCapacity")->value() << period->value()
-             << dialog->findChild<QSpinBox*>("graphRefreshPeriod")->value() << int(period->isEnabled());
+             << dialog->findChild<QSpinBox*>("graphRefreshPeriod")->value() << enabled();
         dialog->findChild<QComboBox*>("measureMode")->setCurrentIndex(chooseMode);
-        seen << int(period->isEnabled() == (chooseMode == 0));
+        seen << enabled();
         confirm ? dialog->accept() : dialog->reject();
         return true;
     });
