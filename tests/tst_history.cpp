@@ -154,6 +154,21 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(history.snapshots(0, LLONG_MAX).size(), size_t(4));
     QCOMPARE(history.totals().overflows, quint64(2));
 
+    // Of 200 dips, 1 to 200 MB/s deep, the 128 worst keep their samples.
+    history.begin(false, kPeriod, 0, 64 << 20, 300.0);
+    quint64 tick = 0;
+    for (int i = 0; i < 200; ++i) {
+        const std::vector<quint64> f = frame(tick, 400.0, 50, 51, 200.0 - i);
+        history.addFrame(quint32(2 * i), qint64(tick / 250), f.data(), f.size());
+        tick = f.back() + ticksAt(400.0);
+    }
+    history.finish();
+    QCOMPARE(history.events().size(), 200);
+    const std::vector<CxRunHistory::SxSnapshot> worst = history.snapshots(0, LLONG_MAX);
+    QCOMPARE(worst.size(), size_t(CxRunHistory::kMaxSnapshots));
+    for (const CxRunHistory::SxSnapshot& snapshot : worst)
+        QVERIFY(snapshot.event.depth < 128.5);
+
     // Counters: each increase is an event of its counter, and lands in its buckets, fine for
     // the last ten minutes and by the second for the whole run.
     history.begin(true, kPeriod, 300, 8 << 20);
