@@ -179,6 +179,9 @@ void TestPanel::rowsCellsAndPlotsFollowTheHost()
     QCPAxisRect* rect = form.GetCameraPlot(a);
     QCOMPARE(rect->axis(QCPAxis::atLeft)->label(), QStringLiteral("Avg. rate [MB/s]"));
     QCOMPARE(rect->axis(QCPAxis::atRight)->label(), QStringLiteral("Buffer filled [%]"));
+    // A new plot shows the last 20 s and a level axis with room below 0 and above 100 %.
+    QCOMPARE(timeRange(rect), QCPRange(-20.0, 0.0));
+    QCOMPARE(rect->axis(QCPAxis::atRight)->range(), QCPRange(-10.0, 110.0));
     QCOMPARE(rect->axis(QCPAxis::atBottom)->tickLabelColor(), QColor(Qt::white));
     QCOMPARE(rect->rangeDragAxes(Qt::Horizontal), QList<QCPAxis*>({rect->axis(QCPAxis::atBottom)}));
     QVERIFY(rect->rangeDragAxes(Qt::Vertical).isEmpty());
