@@ -7,7 +7,10 @@
 #include "PanelTestSupport.h"
 #include "SampleModel.h"
 
+#include <QFileDialog>
 #include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -154,6 +157,13 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(history.snapshots(0, LLONG_MAX).size(), size_t(4));
     QCOMPARE(history.totals().overflows, quint64(2));
 
+    // A dip still going on when the run ends is an event of its own.
+    history.begin(false, kPeriod, 300, 64 << 20);
+    history.addFrame(0, 0, f2.data(), f2.size());
+    QCOMPARE(history.totals().events, quint64(1)); // the overflow; the dip still goes on
+    history.finish();
+    QCOMPARE(history.totals().events, quint64(2));
+
     // Of 200 dips, 1 to 200 MB/s deep, the 128 worst keep their samples.
     history.begin(false, kPeriod, 0, 64 << 20, 300.0);
     quint64 tick = 0;
@@ -287,11 +297,11 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     form.resize(1400, 900);
     form.show();
     CxCameraLineData* line = form.cameraLines.value(hCam);
-    // A minute ago: a dip to 50 MB/s, then a stall of 40 ms between two frames.
+    // A minute ago: a dip to 50 MB/s, a stall of 40 ms between two frames, a dip to 150 MB/s.
     const qint64 start = qint64(QTime::currentTime().msecsSinceStartOfDay()) * 1000 - 60000000;
     line->history.begin(false, kPeriod, 300, 64 << 20);
     const std::vector<quint64> f0 = frame(0, 400.0, 20, 30, 50.0);
-    const std::vector<quint64> f1 = frame(f0.back() + 40000 * 250, 400.0);
+    const std::vector<quint64> f1 = frame(f0.back() + 40000 * 250, 400.0, 60, 62, 150.0);
     line->history.addFrame(0, start, f0.data(), f0.size());
     line->history.addFrame(1, start + qint64((f1[0] - f0[0]) / 250), f1.data(), f1.size());
     line->history.finish();
@@ -311,12 +321,13 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     QCOMPARE(window->findChild<QLabel*>(QStringLiteral("verdict"))->text(),
              CxRunHistory::verdict(totals).text);
     auto* events = window->findChild<QTableWidget*>(QStringLiteral("events"));
-    QCOMPARE(events->rowCount(), 2);
-    // Sorted by depth the stall (26 MB/s) comes first; a double-click shows its 40 ms in the
-    // graph with as much again on either side.
+    QCOMPARE(events->rowCount(), 3);
+    // Sorted by depth as numbers (26, 50, 150 MB/s) the stall comes first; a double-click shows
+    // its 40 ms in the graph with as much again on either side.
     events->sortItems(3);
     QCOMPARE(events->item(0, 2)->text(), QStringLiteral("Dip"));
     QVERIFY(events->item(0, 3)->text().startsWith(QStringLiteral("26.2")));
+    QVERIFY(events->item(2, 3)->text().startsWith(QStringLiteral("150.0")));
     const QPoint cell = events->visualItemRect(events->item(0, 0)).center();
     QTest::mouseClick(events->viewport(), Qt::LeftButton, {}, cell);
     QTest::mouseDClick(events->viewport(), Qt::LeftButton, {}, cell);
@@ -325,10 +336,19 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     QVERIFY2(range.lower < stall && stall < range.upper && qAbs(range.size() - 0.12) < 0.002,
              qPrintable(QStringLiteral("%1 in %2 .. %3").arg(stall).arg(range.lower).arg(range.upper)));
 
-    // The log read back by a window of its own says the same.
+    // The log, chosen with "Open Run Log...", read back by a window of its own says the same.
     CxRunHistoryDlg old(QString(), nullptr);
-    QVERIFY(old.openLog(log));
-    QCOMPARE(old.eventRows(), 2);
+    answerNextModal([&log](QWidget* modal) {
+        auto* dialog = qobject_cast<QFileDialog*>(modal);
+        auto* name = dialog ? dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")) : nullptr;
+        if (!name)
+            return false;
+        name->setText(log);
+        QMetaObject::invokeMethod(dialog, "accept");
+        return !dialog->isVisible();
+    });
+    old.findChild<QPushButton*>(QStringLiteral("btnOpenLog"))->click();
+    QCOMPARE(old.eventRows(), 3);
     QVERIFY(old.windowTitle().contains(QStringLiteral("Test camera (WINDOW)")));
     QVERIFY(old.findChild<QLabel*>(QStringLiteral("summary"))
                 ->text()
@@ -337,7 +357,7 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     // The camera goes; its window stays, reading nothing more.
     closeAll();
     QVERIFY(window->isVisible());
-    QCOMPARE(window->eventRows(), 2);
+    QCOMPARE(window->eventRows(), 3);
 }
 
 QTEST_MAIN(TestHistory)

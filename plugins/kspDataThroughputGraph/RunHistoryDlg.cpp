@@ -27,14 +27,27 @@ const char* const kCounterNames[CxRunHistory::kCounters] = {
     QT_TRANSLATE_NOOP("CxRunHistoryDlg", "Missed trg overflow"),
     QT_TRANSLATE_NOOP("CxRunHistoryDlg", "Buffer overflow")};
 
-// An item that sorts by its number, not its text.
+// An item that sorts by its number, not its text (a table item's edit role is its text).
+class CxNumberItem : public QTableWidgetItem
+{
+public:
+    CxNumberItem(double value, const QString& text) : QTableWidgetItem(text), m_value(value)
+    {
+        setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    }
+    bool operator<(const QTableWidgetItem& other) const override
+    {
+        const auto* number = dynamic_cast<const CxNumberItem*>(&other);
+        return number ? m_value < number->m_value : QTableWidgetItem::operator<(other);
+    }
+
+private:
+    double m_value;
+};
+
 QTableWidgetItem* numberItem(double value, const QString& text)
 {
-    auto* item = new QTableWidgetItem;
-    item->setData(Qt::EditRole, value);
-    item->setData(Qt::DisplayRole, text);
-    item->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    return item;
+    return new CxNumberItem(value, text);
 }
 
 QString timeOfDay(qint64 startOfDayUs, qint64 us)
