@@ -219,10 +219,9 @@ def random_run(count, seed):
                 continue
             verdict = "NOT CAUGHT"
             for test in ALL_TESTS:
-                result = subprocess.run(["timeout", "180", "build/bin/" + test], capture_output=True, text=True, env=env)
-                if result.returncode != 0:
-                    failed = [l.split("::")[1].split("(")[0] for l in result.stdout.splitlines() if l.startswith("FAIL!")]
-                    verdict = test + ": " + (", ".join(sorted(set(failed))) or "crashed or timed out")
+                failure = failures(test, env)
+                if failure:
+                    verdict = failure
                     break
             rows += 1
             caught += verdict != "NOT CAUGHT"
@@ -237,6 +236,15 @@ def random_run(count, seed):
 
 def run(command):
     return subprocess.run(command, shell=True, capture_output=True, text=True)
+
+
+def failures(test, env):
+    """The test's failing cases as "test: case, case", or "" when it passes."""
+    result = subprocess.run(["timeout", "180", "build/bin/" + test], capture_output=True, text=True, env=env)
+    if result.returncode == 0:
+        return ""
+    failed = [line.split("::")[1].split("(")[0] for line in result.stdout.splitlines() if line.startswith("FAIL!")]
+    return test + ": " + (", ".join(sorted(set(failed))) or "crashed or timed out")
 
 
 def main():
@@ -262,12 +270,7 @@ def main():
                 rows.append((area, what, "does not compile"))
                 print("%-13s %-42s %s" % rows[-1], flush=True)
                 continue
-            caught = []
-            for test in tests:
-                result = subprocess.run(["timeout", "120", "build/bin/" + test], capture_output=True, text=True, env=env)
-                if result.returncode != 0:
-                    failed = [line.split("::")[1].split("(")[0] for line in result.stdout.splitlines() if line.startswith("FAIL!")]
-                    caught.append(test + ": " + (", ".join(sorted(set(failed))) or "crashed or timed out"))
+            caught = [failure for failure in (failures(test, env) for test in tests) if failure]
             rows.append((area, what, "; ".join(caught) if caught else "NOT CAUGHT"))
         finally:
             open(path, "w").write(source)
