@@ -192,6 +192,9 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QVector<CxRunHistory::SxCounterBucket> increases;
     QCOMPARE(history.buckets(0, 3601LL * 1000000, &starts, nullptr, &increases), CxRunHistory::kCoarseUs);
     QCOMPARE(starts.size(), 3601);
+    QCOMPARE(history.buckets(0, 10LL * 1000000, &starts, nullptr, &increases), CxRunHistory::kCoarseUs);
+    QCOMPARE(starts.size(), 10); // as far as asked, not to the end of the run
+    history.buckets(0, 3601LL * 1000000, &starts, nullptr, &increases);
     QCOMPARE(increases.first().increase[1], 3u);
     QCOMPARE(increases.last().increase[0], 2u);
     QCOMPARE(history.buckets(3600LL * 1000000, 3601LL * 1000000, &starts, nullptr, &increases),

@@ -376,6 +376,20 @@ void TestPanel::startAllRollsBackWhenACameraFails()
     QCOMPARE(
         message,
         QStringLiteral("Camera Test camera (C3) does not support \n data throughput analysis in Lumorix."));
+    // The row's own "Start" says so too.
+    message.clear();
+    faults(cams[2])->refuseStart();
+    answerNextModal([&message](QWidget* modal) {
+        auto* box = qobject_cast<QMessageBox*>(modal);
+        if (!box)
+            return false;
+        message = box->text();
+        box->button(QMessageBox::Ok)->click();
+        return true;
+    });
+    buttonAt(&form, 2, Tp::colMeasure)->click();
+    QVERIFY(message.startsWith(QStringLiteral("Camera Test camera (C3) does not support")));
+    QCOMPARE(buttonAt(&form, 2, Tp::colMeasure)->text(), QStringLiteral("Start"));
     QCOMPARE(startAll->text(), QStringLiteral("Start All"));
     for (int i = 0; i < 4; ++i) {
         QVERIFY(!form.cameraLines.value(cams[i])->isMeasurementRunning());
