@@ -4,12 +4,14 @@
 
 #include "DataGraphForm.h"
 #include "EngineTestSupport.h"
+#include "HistoryPlot.h"
 #include "PanelTestSupport.h"
 #include "SampleModel.h"
 
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -41,6 +43,25 @@ std::vector<quint64> frame(quint64 tick, double rate, int slowFrom = 0, int slow
     for (int i = 1; i <= kSteps; ++i)
         samples[size_t(i)] = samples[size_t(i) - 1] + ticksAt(i > slowFrom && i <= slowTo ? slowRate : rate);
     return samples;
+}
+
+// Right-clicks `target` at `pos` and chooses "Run history..." from the menu, if one opens.
+bool chooseRunHistory(QWidget* target, const QPoint& pos)
+{
+    bool offered = false;
+    QTimer answer;
+    QObject::connect(&answer, &QTimer::timeout, [&offered]() {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu || menu->actions().isEmpty())
+            return;
+        offered = menu->actions().constFirst()->text() == QStringLiteral("Run history...");
+        menu->actions().constFirst()->trigger();
+        menu->close();
+    });
+    answer.start(10);
+    QContextMenuEvent event(QContextMenuEvent::Mouse, pos, target->mapToGlobal(pos));
+    QApplication::sendEvent(target, &event);
+    return offered;
 }
 
 } // namespace
@@ -76,12 +97,7 @@ void TestHistory::aDayOfFramesIsKeptExactlyInBoundedMemory()
     qint64 timestamp = 0;
     quint32 number = 0;
     std::mt19937 random(7);
-    while (timestamp < 86400LL * 1000000) {
-        // Now and then a dip of a few steps, deep enough to overflow the buffer at times.
-        const bool dip = random() % 5000 == 0;
-        const std::vector<quint64> samples =
-            dip ? frame(tick, 400.0, 10, 10 + int(random() % 80), 20.0 + double(random() % 200))
-                : frame(tick, 400.0);
+    const auto feed = [&](const std::vector<quint64>& samples) {
         history.addFrame(number++, timestamp, samples.data(), samples.size());
         double fill = 0.0;
         bool overflow = false;
@@ -96,7 +112,15 @@ void TestHistory::aDayOfFramesIsKeptExactlyInBoundedMemory()
         linkUs += double(samples.back() - samples.front()) / kTicksPerUs;
         timestamp += qint64((samples.back() - samples.front()) / 250u) + 1;
         tick = samples.back() + ticksAt(400.0);
+    };
+    while (timestamp < 86400LL * 1000000) {
+        // Now and then a dip of a few steps, deep enough to overflow the buffer at times.
+        const bool dip = random() % 5000 == 0;
+        feed(dip ? frame(tick, 400.0, 10, 10 + int(random() % 80), 20.0 + double(random() % 200))
+                 : frame(tick, 400.0));
     }
+    // The run's deepest dip in its very last step: only the end of the run files it.
+    feed(frame(tick, 400.0, kSteps - 1, kSteps, 10.0));
     history.finish();
     const CxRunHistory::SxTotals totals = history.totals();
     QCOMPARE(totals.frames, quint64(number));
@@ -212,6 +236,17 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(records.size(), size_t(3));
     QCOMPARE(records[0].records.size(), size_t(2));
     QCOMPARE(records[0].records.back().counters[1], 3);
+    // Drawn with two of the counters: each one's count, and its records around every event;
+    // nothing of the others.
+    QCustomPlot plot;
+    CxHistoryPlot::SxView view;
+    view.fromUs = history.totals().startOfDayUs;
+    view.toUs = view.storedFromUs = view.fromUs + 3601LL * 1000000;
+    view.pixels = 1000;
+    const QColor colors[CxRunHistory::kCounters] = {Qt::red, Qt::green};
+    QVERIFY(CxHistoryPlot::drawCounters(&plot, plot.axisRect(), history, view, colors));
+    QCOMPARE(plot.graphCount(), 2 + 2 * 3);
+    QCOMPARE((plot.graph(1)->data()->end() - 1)->value, 3.0);
 }
 
 void TestHistory::nothingEscapesAStoreThatTurnsOver()
@@ -314,7 +349,10 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     line->history.writeLogLine();
     line->history.openLog(QString(), QString());
 
-    form.showRunHistory(quintptr(hCam));
+    // The plot's context menu opens the window, not a click above the plot on its title.
+    auto* plot = child<QCustomPlot>(&form, "plot");
+    QVERIFY(!chooseRunHistory(plot, form.GetCameraPlot(hCam)->outerRect().topLeft() - QPoint(0, 4)));
+    QVERIFY(chooseRunHistory(plot, form.GetCameraPlot(hCam)->outerRect().center()));
     auto* window = form.findChild<CxRunHistoryDlg*>();
     QVERIFY(window && QTest::qWaitForWindowExposed(window));
     const CxRunHistory::SxTotals totals = line->history.totals();
@@ -334,7 +372,7 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     const QPoint cell = events->visualItemRect(events->item(0, 0)).center();
     QTest::mouseClick(events->viewport(), Qt::LeftButton, {}, cell);
     QTest::mouseDClick(events->viewport(), Qt::LeftButton, {}, cell);
-    const QCPRange range = child<QCustomPlot>(&form, "plot")->axisRect(0)->axis(QCPAxis::atBottom)->range();
+    const QCPRange range = plot->axisRect(0)->axis(QCPAxis::atBottom)->range();
     const double stall = double(start + qint64((f0.back() - f0[0]) / 250) - form.timeAxisReference) / 1e6;
     QVERIFY2(range.lower < stall && stall < range.upper && qAbs(range.size() - 0.12) < 0.002,
              qPrintable(QStringLiteral("%1 in %2 .. %3").arg(stall).arg(range.lower).arg(range.upper)));
@@ -356,6 +394,11 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     QVERIFY(old.findChild<QLabel*>(QStringLiteral("summary"))
                 ->text()
                 .contains(QStringLiteral("%1 MB/s").arg(totals.linkAverage(), 0, 'f', 1)));
+
+    // The row's menu raises the same window.
+    QTableWidget* rows = table(&form);
+    QVERIFY(chooseRunHistory(rows->viewport(), rows->visualItemRect(rows->item(0, 0)).center()));
+    QCOMPARE(form.findChildren<CxRunHistoryDlg*>().size(), 1);
 
     // The camera goes; its window stays, reading nothing more.
     closeAll();

@@ -320,8 +320,12 @@ void TestPanel::throughputRunFillsStatisticsAndSeries()
     frameTheStore(&form, line);
     QCOMPARE(graphNames(&form), QStringList({"Min throughput", "Max buffer level"}));
     QVERIFY(plotOf(&form)->graph(0)->dataCount() > 10);
-    // Automatic vertical scaling shows its range in the manual fields.
-    QVERIFY(cellWidgetChild<QLineEdit>(&form, 0, Tp::colYAxisScaling, 2)->text().toInt() >= 400);
+    // Automatic vertical scaling fits the line, here flat at 400 MB/s so centred on it, and
+    // shows its range in the manual fields.
+    const QCPRange fitted = form.GetCameraPlot(hCam)->axis(QCPAxis::atLeft)->range();
+    QVERIFY2(qAbs(fitted.center() - 400.0) <= 10.0, qPrintable(QString::number(fitted.center())));
+    QCOMPARE(cellWidgetChild<QLineEdit>(&form, 0, Tp::colYAxisScaling, 1)->text().toInt(), int(fitted.lower));
+    QCOMPARE(cellWidgetChild<QLineEdit>(&form, 0, Tp::colYAxisScaling, 2)->text().toInt(), int(fitted.upper));
 
     // "Refresh" redraws for the user level now in force.
     recorder()->setLevel(2);
@@ -531,10 +535,12 @@ void TestPanel::setupDialogConvertsAndApplies()
     line->frames.append(new CxCameraLineData::CxFrameData);
 
     QList<int> seen;
+    QList<QSize> sizes;
     answerNextModal([&](QWidget* modal) {
         auto* dialog = qobject_cast<CxDataGraphSetupDlg*>(modal);
         if (!dialog)
             return false;
+        sizes = {dialog->size(), dialog->maximumSize(), dialog->sizeHint()};
         auto* period = dialog->findChild<QSpinBox*>("spinSamplePeriod");
         // The period and its two labels, greyed together.
         auto enabled = [dialog, period]() {
@@ -552,6 +558,8 @@ void TestPanel::setupDialogConvertsAndApplies()
     child<QToolButton>(&form, "btnSetup")->click();
 
     QCOMPARE(seen, shown);
+    // Just big enough for its contents, and fixed there.
+    QCOMPARE(sizes, QList<QSize>(3, sizes.value(2)));
     QCOMPARE(form.maxSamples, result[0]);
     QCOMPARE(form.samplePeriod, result[1]);
     QCOMPARE(form.refreshTimer.interval(), result[2]);
