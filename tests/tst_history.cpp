@@ -34,13 +34,14 @@ quint64 ticksAt(double rate)
     return quint64(double(kPeriod) / rate * kTicksPerUs);
 }
 
-// A frame of kSteps + 1 samples from `tick`, at `rate` except for steps [slowFrom, slowTo)
+// A frame of `steps` + 1 samples from `tick`, at `rate` except for steps (slowFrom, slowTo]
 // at `slowRate`.
-std::vector<quint64> frame(quint64 tick, double rate, int slowFrom = 0, int slowTo = 0, double slowRate = 0.0)
+std::vector<quint64> frame(quint64 tick, double rate, int slowFrom = 0, int slowTo = 0, double slowRate = 0.0,
+                           int steps = kSteps)
 {
-    std::vector<quint64> samples(kSteps + 1);
+    std::vector<quint64> samples(size_t(steps) + 1);
     samples[0] = tick;
-    for (int i = 1; i <= kSteps; ++i)
+    for (int i = 1; i <= steps; ++i)
         samples[size_t(i)] = samples[size_t(i) - 1] + ticksAt(i > slowFrom && i <= slowTo ? slowRate : rate);
     return samples;
 }
@@ -188,6 +189,16 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     history.finish();
     QCOMPARE(history.totals().events, quint64(2));
 
+    // Deep in a long frame, a dip keeps as many samples before its start as after.
+    history.begin(false, kPeriod, 300, 64 << 20);
+    const std::vector<quint64> longFrame = frame(0, 400.0, 5000, 5010, 50.0, 10000);
+    history.addFrame(0, 0, longFrame.data(), longFrame.size());
+    history.finish();
+    const std::vector<CxRunHistory::SxSnapshot> around = history.snapshots(0, LLONG_MAX);
+    QCOMPARE(around.size(), size_t(1));
+    QCOMPARE(around[0].samples.size(), size_t(CxRunHistory::kSnapshotSamples));
+    QCOMPARE(around[0].samples.front(), longFrame[5001 - CxRunHistory::kSnapshotSamples / 2]);
+
     // Of 200 dips, 1 to 200 MB/s deep, the 128 worst keep their samples.
     history.begin(false, kPeriod, 0, 64 << 20, 300.0);
     quint64 tick = 0;
@@ -236,6 +247,26 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(records.size(), size_t(3));
     QCOMPARE(records[0].records.size(), size_t(2));
     QCOMPARE(records[0].records.back().counters[1], 3);
+    // The run log gives them back as they were.
+    QTemporaryDir dir;
+    const QString log = dir.filePath(QStringLiteral("counters.log.csv"));
+    QVERIFY(history.openLog(log, QStringLiteral("Counting camera")));
+    history.writeLogLine();
+    history.openLog(QString(), QString());
+    CxRunHistory::SxTotals read;
+    QVector<CxRunHistory::SxEvent> back;
+    QString name;
+    QString error;
+    QVERIFY2(CxRunHistory::readLog(log, &read, &back, &name, &error), qPrintable(error));
+    QCOMPARE(name, QStringLiteral("Counting camera"));
+    QCOMPARE(back.size(), counters.size());
+    for (int i = 0; i < back.size(); ++i) {
+        QCOMPARE(back[i].kind, counters[i].kind);
+        QCOMPARE(back[i].counter, counters[i].counter);
+        QCOMPARE(back[i].startUs, counters[i].startUs);
+        QCOMPARE(back[i].count, counters[i].count);
+    }
+    QCOMPARE(read.counterIncrease[1], quint64(3));
     // Drawn with two of the counters: each one's count, and its records around every event;
     // nothing of the others.
     QCustomPlot plot;
@@ -298,6 +329,9 @@ void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()
     QVERIFY(QTest::qWaitForWindowExposed(&form));
     CxCameraLineData* line = form.cameraLines.value(hCam);
     QVERIFY(line);
+    // Before a run there is nothing to draw, not even the label.
+    QMetaObject::invokeMethod(&form, "updateGraph");
+    QCOMPARE(child<QCustomPlot>(&form, "plot")->itemCount(), 0);
     // Forty minutes of history ending now, beyond the 32-bit microseconds the live series
     // wraps at; nothing in the store.
     const qint64 now = qint64(QTime::currentTime().msecsSinceStartOfDay()) * 1000;
@@ -400,10 +434,15 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     QVERIFY(chooseRunHistory(rows->viewport(), rows->visualItemRect(rows->item(0, 0)).center()));
     QCOMPARE(form.findChildren<CxRunHistoryDlg*>().size(), 1);
 
+    // An open window follows the run.
+    const std::vector<quint64> f2 = frame(f1.back() + ticksAt(400.0), 400.0, 40, 45, 100.0);
+    line->history.addFrame(2, start + qint64((f2[0] - f0[0]) / 250), f2.data(), f2.size());
+    QTRY_COMPARE_WITH_TIMEOUT(window->eventRows(), 4, 10000);
+
     // The camera goes; its window stays, reading nothing more.
     closeAll();
     QVERIFY(window->isVisible());
-    QCOMPARE(window->eventRows(), 3);
+    QCOMPARE(window->eventRows(), 4);
 }
 
 QTEST_MAIN(TestHistory)

@@ -183,6 +183,13 @@ void TestPanel::rowsCellsAndPlotsFollowTheHost()
     QCOMPARE(timeRange(rect), QCPRange(-20.0, 0.0));
     QCOMPARE(rect->axis(QCPAxis::atRight)->range(), QCPRange(-10.0, 110.0));
     QCOMPARE(rect->axis(QCPAxis::atBottom)->tickLabelColor(), QColor(Qt::white));
+    // Time labels in minutes, seconds and milliseconds.
+    plotOf(&form)->replot();
+    const QVector<QString> timeLabels = rect->axis(QCPAxis::atBottom)->tickVectorLabels();
+    QVERIFY(!timeLabels.isEmpty());
+    for (const QString& label : timeLabels)
+        QVERIFY2(QRegularExpression(QStringLiteral("^-?\\d\\d:\\d\\d\\.\\d{3}$")).match(label).hasMatch(),
+                 qPrintable(label));
     QCOMPARE(rect->rangeDragAxes(Qt::Horizontal), QList<QCPAxis*>({rect->axis(QCPAxis::atBottom)}));
     QVERIFY(rect->rangeDragAxes(Qt::Vertical).isEmpty());
     // Each camera's title sits right above its rectangle, the cameras one after another.
