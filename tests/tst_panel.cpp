@@ -375,14 +375,19 @@ void TestPanel::startAllRollsBackWhenACameraFails()
     auto* startAll = child<QPushButton>(&form, "btnStartAll");
 
     QString message;
-    answerNextModal([&message](QWidget* modal) {
+    bool progressShown = false;
+    const auto acknowledge = [&](QWidget* modal) {
         auto* box = qobject_cast<QMessageBox*>(modal);
         if (!box)
             return false;
         message = box->text();
+        progressShown = false;
+        for (QMessageBox* other : form.findChildren<QMessageBox*>())
+            progressShown = progressShown || (other->isVisible() && other->buttons().isEmpty());
         box->button(QMessageBox::Ok)->click();
         return true;
-    });
+    };
+    answerNextModal(acknowledge);
     startAll->click();
     QCOMPARE(
         message,
@@ -390,16 +395,10 @@ void TestPanel::startAllRollsBackWhenACameraFails()
     // The row's own "Start" says so too.
     message.clear();
     faults(cams[2])->refuseStart();
-    answerNextModal([&message](QWidget* modal) {
-        auto* box = qobject_cast<QMessageBox*>(modal);
-        if (!box)
-            return false;
-        message = box->text();
-        box->button(QMessageBox::Ok)->click();
-        return true;
-    });
+    answerNextModal(acknowledge);
     buttonAt(&form, 2, Tp::colMeasure)->click();
     QVERIFY(message.startsWith(QStringLiteral("Camera Test camera (C3) does not support")));
+    QVERIFY2(!progressShown, "the row's progress box goes before the message comes");
     QCOMPARE(buttonAt(&form, 2, Tp::colMeasure)->text(), QStringLiteral("Start"));
     QCOMPARE(startAll->text(), QStringLiteral("Start All"));
     for (int i = 0; i < 4; ++i) {
