@@ -174,7 +174,8 @@ def draws(rng):
                     continue
                 label, match, replacement = rng.choice(choices)
                 if match is None:
-                    changed = ""
+                    # An empty statement, so that a condition without braces keeps its body.
+                    changed = line[: len(line) - len(line.lstrip())] + ";"
                 elif replacement is None:
                     changed = line[:match.start()] + str(int(match.group(1)) + 1) + line[match.end():]
                 else:
