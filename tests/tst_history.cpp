@@ -9,6 +9,7 @@
 #include "SampleModel.h"
 
 #include <QFileDialog>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -267,6 +268,12 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
         QCOMPARE(back[i].count, counters[i].count);
     }
     QCOMPARE(read.counterIncrease[1], quint64(3));
+    QFile written(log);
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    // As a spreadsheet reads it: a line for the second, counts as whole numbers, then the events.
+    QVERIFY(
+        written.readAll().contains("\nsecond,3600.000,3,0,0.000,0.000,0.000000,0.000,0.000000,0,2,3,0,0,1\n"
+                                   "event,0.001000,0.000000,counter 1,3,3\n"));
     // Drawn with two of the counters: each one's count, and its records around every event;
     // nothing of the others.
     QCustomPlot plot;
@@ -278,6 +285,8 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QVERIFY(CxHistoryPlot::drawCounters(&plot, plot.axisRect(), history, view, colors));
     QCOMPARE(plot.graphCount(), 2 + 2 * 3);
     QCOMPARE((plot.graph(1)->data()->end() - 1)->value, 3.0);
+    CxHistoryPlot::clear(&plot);
+    QCOMPARE(plot.graphCount() + plot.itemCount(), 0);
 }
 
 void TestHistory::nothingEscapesAStoreThatTurnsOver()
@@ -300,6 +309,10 @@ void TestHistory::verdictShowsItsArithmetic()
     QVERIFY(qAbs(CxRunHistory::poissonUpper95(0) - 2.9957) < 1e-3);
     QVERIFY(qAbs(CxRunHistory::poissonUpper95(3) - 7.7537) < 1e-3);
     QVERIFY(qAbs(CxRunHistory::poissonUpper95(1000) - 1053.6) < 0.1);
+    QCOMPARE(CxRunHistory::durationText(12340000), QStringLiteral("12.3 s"));
+    QCOMPARE(CxRunHistory::durationText(125000000), QStringLiteral("2 min 5 s"));
+    QCOMPARE(CxRunHistory::durationText(7140000000), QStringLiteral("1 h 59 min"));
+    QCOMPARE(CxRunHistory::durationText(7200000000), QStringLiteral("2 h 0 min"));
 
     CxRunHistory::SxTotals t;
     t.frames = 1;
@@ -359,7 +372,8 @@ void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()
     QVERIFY2(qAbs(first + 2400.0) < 5.0 && last < 0.5 && last > -5.0,
              qPrintable(QStringLiteral("%1 .. %2").arg(first).arg(last)));
     QVERIFY(qAbs(history->data()->begin()->value - 400.0) < 1.0);
-    QCOMPARE(plot->itemCount(), 1); // the label of its resolution
+    QVERIFY(history->pen().color().alpha() < 255); // fainter than the live line
+    QCOMPARE(plot->itemCount(), 1);                // the label of its resolution
 }
 
 void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
@@ -397,6 +411,7 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
              CxRunHistory::verdict(totals).text);
     auto* events = window->findChild<QTableWidget*>(QStringLiteral("events"));
     QCOMPARE(events->rowCount(), 3);
+    QVERIFY(events->verticalHeader()->isHidden()); // no row numbers to mistake for event numbers
     // Sorted by depth as numbers (26, 50, 150 MB/s) the stall comes first; a double-click shows
     // its 40 ms in the graph with as much again on either side.
     events->sortItems(3);
