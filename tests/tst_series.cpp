@@ -610,18 +610,25 @@ void TestSeries::csvClosingTheDialogCancels()
     QString title;
     int maximum = -1;
     bool cancelVisible = true;
-    QTimer::singleShot(0, this, [&] {
-        auto* dialog = parent.findChild<QProgressDialog*>();
-        if (!dialog)
-            return;
-        label = dialog->labelText();
-        title = dialog->windowTitle();
-        maximum = dialog->maximum();
-        cancelVisible = dialog->findChild<QPushButton*>()->isVisible();
-        dialog->close();
-    });
     const QString path = m_dir.filePath(QStringLiteral("cancel.csv"));
-    line.exportDataToFile(path, &parent, kT0 - 100, kT0 + 2000);
+    const auto exportClosingAtOnce = [&](qint64 from, qint64 to) {
+        QTimer::singleShot(0, this, [&] {
+            auto* dialog = parent.findChild<QProgressDialog*>();
+            if (!dialog)
+                return;
+            label = dialog->labelText();
+            title = dialog->windowTitle();
+            maximum = dialog->maximum();
+            cancelVisible = dialog->findChild<QPushButton*>()->isVisible();
+            dialog->close();
+        });
+        line.exportDataToFile(path, &parent, kT0 + from, kT0 + to);
+    };
+    // Frame 8 starts 150 us before a span of 200 us: more than half the span, so it is not
+    // counted in the progress.
+    exportClosingAtOnce(1150, 1350);
+    QCOMPARE(maximum, 0);
+    exportClosingAtOnce(-100, 2000);
     QCOMPARE(label, QStringLiteral("Exporting right data"));
     QCOMPARE(title, QStringLiteral("Data throughput monitor"));
     QCOMPARE(maximum, 2);
