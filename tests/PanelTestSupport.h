@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QMap>
+#include <QMenu>
 #include <QPointer>
 #include <QTableWidget>
 #include <QTimer>
@@ -53,6 +54,25 @@ inline QString cellText(CxDataGraphForm* form, int row, int column)
 {
     const QTableWidgetItem* item = table(form)->item(row, column);
     return item ? item->text() : QString();
+}
+
+// Right-clicks `target` at `pos` and chooses "Run history..." from the menu, if one opens.
+inline bool chooseRunHistory(QWidget* target, const QPoint& pos)
+{
+    bool offered = false;
+    QTimer answer;
+    QObject::connect(&answer, &QTimer::timeout, [&offered]() {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu || menu->actions().isEmpty())
+            return;
+        offered = menu->actions().constFirst()->text() == QStringLiteral("Run history...");
+        menu->actions().constFirst()->trigger();
+        menu->close();
+    });
+    answer.start(10);
+    QContextMenuEvent event(QContextMenuEvent::Mouse, pos, target->mapToGlobal(pos));
+    QApplication::sendEvent(target, &event);
+    return offered;
 }
 
 } // namespace paneltest

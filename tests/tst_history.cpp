@@ -12,7 +12,6 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -45,25 +44,6 @@ std::vector<quint64> frame(quint64 tick, double rate, int slowFrom = 0, int slow
     for (int i = 1; i <= steps; ++i)
         samples[size_t(i)] = samples[size_t(i) - 1] + ticksAt(i > slowFrom && i <= slowTo ? slowRate : rate);
     return samples;
-}
-
-// Right-clicks `target` at `pos` and chooses "Run history..." from the menu, if one opens.
-bool chooseRunHistory(QWidget* target, const QPoint& pos)
-{
-    bool offered = false;
-    QTimer answer;
-    QObject::connect(&answer, &QTimer::timeout, [&offered]() {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        if (!menu || menu->actions().isEmpty())
-            return;
-        offered = menu->actions().constFirst()->text() == QStringLiteral("Run history...");
-        menu->actions().constFirst()->trigger();
-        menu->close();
-    });
-    answer.start(10);
-    QContextMenuEvent event(QContextMenuEvent::Mouse, pos, target->mapToGlobal(pos));
-    QApplication::sendEvent(target, &event);
-    return offered;
 }
 
 } // namespace
@@ -285,9 +265,15 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     const QColor colors[CxRunHistory::kCounters] = {Qt::red, Qt::green};
     QVERIFY(CxHistoryPlot::drawCounters(&plot, plot.axisRect(), history, view, colors));
     QCOMPARE(plot.graphCount(), 2 + 2 * 3);
+    QCOMPARE(plot.graph(1)->data()->begin()->key, -3600.0); // the end of the run's first second
     QCOMPARE((plot.graph(1)->data()->end() - 1)->value, 3.0);
     CxHistoryPlot::clear(&plot);
     QCOMPARE(plot.graphCount() + plot.itemCount(), 0);
+    // The window sums up each counter's increase.
+    CxRunHistoryDlg window(QStringLiteral("Counting camera"), &history);
+    QVERIFY(window.findChild<QLabel*>(QStringLiteral("summary"))
+                ->text()
+                .contains(QStringLiteral("<td>API skip</td><td>&nbsp;&nbsp;3</td>")));
 }
 
 void TestHistory::nothingEscapesAStoreThatTurnsOver()

@@ -220,6 +220,9 @@ void TestPanel::rowsCellsAndPlotsFollowTheHost()
     QCOMPARE(t->rowCount(), 2);
     QCOMPARE(cellText(&form, 0, Tp::colCamera), QStringLiteral("Test camera (B)"));
     QVERIFY(!form.cameraLines.contains(a));
+    // The row left offers the run history of its own camera.
+    QVERIFY(chooseRunHistory(t->viewport(), t->visualItemRect(t->item(0, Tp::colCamera)).center()));
+    QVERIFY(form.findChild<QDialog*>()->windowTitle().endsWith(QStringLiteral("(B)")));
     const KSCORE_HANDLE c = openSmall("c");
     QCOMPARE(t->rowCount(), 3);
     QCOMPARE(plotOrder(&form), QList<KSCORE_HANDLE>({b, c}));
