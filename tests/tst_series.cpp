@@ -253,6 +253,7 @@ private slots:
     void csvRows_data();
     void csvRows();
     void csvClosingTheDialogCancels();
+    void csvOfARunningStoreKeepsTheFramesItReads();
     void csvWritesNothingInAcquisitionModeOrForAnUnopenableFile();
     void csvNumbersAreWrittenAsQtWritesThem();
 
@@ -635,6 +636,34 @@ void TestSeries::csvClosingTheDialogCancels()
     QVERIFY(!cancelVisible);
     QCOMPARE(readFile(path), kHeader);
     QCOMPARE(parent.findChild<QProgressDialog*>(), nullptr); // gone with the call
+}
+
+void TestSeries::csvOfARunningStoreKeepsTheFramesItReads()
+{
+    CxSimCameraConfig config = camera("running", 400.0, 1024, 1024);
+    config.pacing = ExPacing::Replay;
+    config.replayFrames = 2;
+    KSCORE_HANDLE hCam = open(config);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QVERIFY(line->startMeasurement(4096, 2560)); // ten frames: the store turns over with each new one
+    QTRY_VERIFY_WITH_TIMEOUT(sim(hCam)->capturesDelivered() >= 20, 30000);
+    // Waits in the export's progress dialog until the store has dropped twenty frames more.
+    QWidget parent;
+    int retiredDuringExport = -1;
+    QTimer::singleShot(0, this, [&] {
+        const quint64 target = sim(hCam)->capturesDelivered() + 20;
+        while (sim(hCam)->capturesDelivered() < target)
+            QThread::msleep(2);
+        QMutexLocker lock(&line->dataMutex);
+        retiredDuringExport = int(line->retiredFrames.size());
+        parent.findChild<QProgressDialog*>()->close();
+    });
+    const long long newest = newestTimestamp(line.get());
+    line->exportDataToFile(m_dir.filePath(QStringLiteral("running.csv")), &parent, newest - 10000, newest);
+    QVERIFY(line->stopMeasurement());
+    // Kept while the export ran, freed once it ended.
+    QVERIFY2(retiredDuringExport >= 10, qPrintable(QString::number(retiredDuringExport)));
+    QVERIFY(line->retiredFrames.isEmpty());
 }
 
 void TestSeries::csvWritesNothingInAcquisitionModeOrForAnUnopenableFile()
