@@ -3,6 +3,7 @@
 
 #include "EngineTestSupport.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QMessageBox>
 #include <QProgressDialog>
@@ -652,11 +653,14 @@ void TestSeries::csvOfARunningStoreKeepsTheFramesItReads()
     int retiredDuringExport = -1;
     QTimer::singleShot(0, this, [&] {
         const quint64 target = sim(hCam)->capturesDelivered() + 20;
-        while (sim(hCam)->capturesDelivered() < target)
+        QElapsedTimer waited;
+        waited.start();
+        while (sim(hCam)->capturesDelivered() < target && waited.elapsed() < 30000)
             QThread::msleep(2);
         QMutexLocker lock(&line->dataMutex);
         retiredDuringExport = int(line->retiredFrames.size());
-        parent.findChild<QProgressDialog*>()->close();
+        if (auto* dialog = parent.findChild<QProgressDialog*>())
+            dialog->close();
     });
     const long long newest = newestTimestamp(line.get());
     line->exportDataToFile(m_dir.filePath(QStringLiteral("running.csv")), &parent, newest - 10000, newest);
