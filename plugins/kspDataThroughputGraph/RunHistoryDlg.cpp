@@ -45,11 +45,6 @@ private:
     double m_value;
 };
 
-QTableWidgetItem* numberItem(double value, const QString& text)
-{
-    return new CxNumberItem(value, text);
-}
-
 QString timeOfDay(qint64 startOfDayUs, qint64 us)
 {
     return QTime::fromMSecsSinceStartOfDay(int(((startOfDayUs + us) / 1000) % 86400000))
@@ -182,16 +177,17 @@ void CxRunHistoryDlg::present(const CxRunHistory::SxTotals& t, const QVector<CxR
             depth = tr("+%1").arg(e.count);
             break;
         }
-        auto* start = numberItem(double(e.startUs) / 1e6, QString::number(double(e.startUs) / 1e6, 'f', 3));
+        auto* start =
+            new CxNumberItem(double(e.startUs) / 1e6, QString::number(double(e.startUs) / 1e6, 'f', 3));
         start->setData(Qt::UserRole, e.startUs);
         start->setData(Qt::UserRole + 1, e.durationUs);
         ui->events->setItem(i, colStart, start);
-        ui->events->setItem(
-            i, colDuration,
-            numberItem(double(e.durationUs) / 1e3, QString::number(double(e.durationUs) / 1e3, 'f', 3)));
+        ui->events->setItem(i, colDuration,
+                            new CxNumberItem(double(e.durationUs) / 1e3,
+                                             QString::number(double(e.durationUs) / 1e3, 'f', 3)));
         ui->events->setItem(i, colKind, new QTableWidgetItem(kind));
-        ui->events->setItem(i, colDepth, numberItem(e.depth, depth));
-        ui->events->setItem(i, colCount, numberItem(double(e.count), QString::number(e.count)));
+        ui->events->setItem(i, colDepth, new CxNumberItem(e.depth, depth));
+        ui->events->setItem(i, colCount, new CxNumberItem(double(e.count), QString::number(e.count)));
     }
     ui->events->setSortingEnabled(true);
 }
