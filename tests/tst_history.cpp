@@ -172,6 +172,27 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
                    (event.kind != CxRunHistory::EventDip || snapshot.event.durationUs == event.durationUs);
         }));
     QCOMPARE(history.totals().overflows, quint64(2));
+    // Drawn, the snapshots lie on the history's lines sample by sample: the dip at its time
+    // and depth, the buffer full in the slow frames, and a gap before each snapshot.
+    QCustomPlot plot;
+    CxHistoryPlot::SxView view;
+    view.fromUs = history.totals().startOfDayUs;
+    view.toUs = view.storedFromUs = view.fromUs + 10LL * 1000000;
+    view.pixels = 1000;
+    QVERIFY(CxHistoryPlot::drawThroughput(&plot, plot.axisRect(), history, view, Qt::blue, Qt::red));
+    QCOMPARE(plot.graphCount(), 4);
+    const QCPGraph* minSamples = plot.graph(2);
+    const double dipEnd = double(events[0].startUs + qint64(ticksAt(50.0) / 250) - 10LL * 1000000) / 1e6;
+    const auto dip = minSamples->data()->findBegin(dipEnd - 1e-4, false);
+    QVERIFY(dip != minSamples->data()->constEnd() && qAbs(dip->key - dipEnd) < 1e-4 &&
+            qAbs(dip->value - 50.0) < 0.01);
+    QCOMPARE(minSamples->valueAxis(), plot.axisRect()->axis(QCPAxis::atLeft));
+    QCOMPARE(std::count_if(minSamples->data()->constBegin(), minSamples->data()->constEnd(),
+                           [](const QCPGraphData& point) { return qIsNaN(point.value); }),
+             4);
+    bool ok = false;
+    QCOMPARE(plot.graph(3)->getValueRange(ok).upper, 100.0);
+    QCOMPARE(plot.graph(3)->valueAxis(), plot.axisRect()->axis(QCPAxis::atRight));
 
     // A dip still going on when the run ends is an event of its own.
     history.begin(false, kPeriod, 300, 64 << 20);
@@ -271,8 +292,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
                                    "event,0.001000,0.000000,counter 1,3,3\n"));
     // Drawn with two of the counters: each one's count, and its records around every event;
     // nothing of the others.
-    QCustomPlot plot;
-    CxHistoryPlot::SxView view;
+    CxHistoryPlot::clear(&plot);
     view.fromUs = history.totals().startOfDayUs;
     view.toUs = view.storedFromUs = view.fromUs + 3601LL * 1000000;
     view.pixels = 1000;
