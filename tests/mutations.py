@@ -178,6 +178,7 @@ def draws(rng):
                     changed = line[: len(line) - len(line.lstrip())] + ";"
                 elif replacement is None:
                     changed = line[:match.start()] + str(int(match.group(1)) + 1) + line[match.end():]
+                    label = "%s to %d" % (match.group(1), int(match.group(1)) + 1)
                 else:
                     changed = line[:match.start()] + replacement + line[match.end():]
                 yield path, number, "%s in %s: %s" % (label, name, line.strip()[:60]), changed

@@ -308,6 +308,17 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QVERIFY(window.findChild<QLabel*>(QStringLiteral("summary"))
                 ->text()
                 .contains(QStringLiteral("<td>API skip</td><td>&nbsp;&nbsp;3</td>")));
+    // A new run's first record is its baseline, not an increase over the last run's. Started
+    // before midnight, its first frame came half a second after it.
+    history.begin(true, kPeriod, 300, 8 << 20);
+    const qint32 resumed[5] = {5, 5, 0, 0, 1};
+    history.addCounters(0, 86400500000LL, resumed);
+    QCOMPARE(history.totals().counterIncrease[0], quint64(0));
+    QCOMPARE(history.totals().firstCounters[0], 5);
+    QMetaObject::invokeMethod(&window, "refresh");
+    QVERIFY(window.findChild<QLabel*>(QStringLiteral("summary"))
+                ->text()
+                .contains(QStringLiteral("00:00:00.500")));
 }
 
 void TestHistory::nothingEscapesAStoreThatTurnsOver()
