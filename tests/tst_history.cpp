@@ -340,6 +340,7 @@ void TestHistory::verdictShowsItsArithmetic()
 {
     QVERIFY(qAbs(CxRunHistory::poissonUpper95(0) - 2.9957) < 1e-3);
     QVERIFY(qAbs(CxRunHistory::poissonUpper95(3) - 7.7537) < 1e-3);
+    QVERIFY(qAbs(CxRunHistory::poissonUpper95(300) - 330.094) < 1e-3); // the last one summed
     QVERIFY(qAbs(CxRunHistory::poissonUpper95(1000) - 1053.6) < 0.1);
     QCOMPARE(CxRunHistory::durationText(12340000), QStringLiteral("12.3 s"));
     QCOMPARE(CxRunHistory::durationText(125000000), QStringLiteral("2 min 5 s"));

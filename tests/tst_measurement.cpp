@@ -328,6 +328,7 @@ void TestMeasurement::captureTimeoutsLeaveTheStoreAndLogOncePerTimeout()
     faults(hCam)->failCaptures(ExCaptureFault::Timeout, -1, 0);
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
     line->captureTimeoutMs = 500;
+    line->frameTimeAvg = 250.0; // as a run before left it
     CxCriticalLog log;
     QElapsedTimer timer;
     timer.start();
@@ -339,7 +340,9 @@ void TestMeasurement::captureTimeoutsLeaveTheStoreAndLogOncePerTimeout()
     QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(log.messages().size(), 2);
     QCOMPARE(storedFrames(line.get()), 0);
+    // Not a frame: no frame time, not the last run's.
     QCOMPARE(line->frameTimeCount, quint64(0));
+    QCOMPARE(line->frameTimeAvg, 0.0);
 }
 
 void TestMeasurement::acquisitionRecordsTheCountersTheCameraDrives()

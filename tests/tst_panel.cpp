@@ -552,11 +552,13 @@ void TestPanel::setupDialogConvertsAndApplies()
 
     QList<int> seen;
     QList<QSize> sizes;
+    Qt::WindowFlags flags;
     answerNextModal([&](QWidget* modal) {
         auto* dialog = qobject_cast<CxDataGraphSetupDlg*>(modal);
         if (!dialog)
             return false;
         sizes = {dialog->size(), dialog->maximumSize(), dialog->sizeHint()};
+        flags = dialog->windowFlags();
         auto* period = dialog->findChild<QSpinBox*>("spinSamplePeriod");
         // The period and its two labels, greyed together.
         auto enabled = [dialog, period]() {
@@ -578,6 +580,10 @@ void TestPanel::setupDialogConvertsAndApplies()
     // no window, hands a combo or label a wider size hint once shown than it had before.
     if (QGuiApplication::platformName() != QLatin1String("minimal"))
         QCOMPARE(sizes, QList<QSize>(3, sizes.value(2)));
+    // Nor does its frame offer to resize it: no maximise button, and the thin frame of a fixed
+    // dialog where the window manager knows one.
+    QVERIFY(flags.testFlag(Qt::CustomizeWindowHint) && flags.testFlag(Qt::MSWindowsFixedSizeDialogHint) &&
+            !flags.testFlag(Qt::WindowMaximizeButtonHint));
     QCOMPARE(form.maxSamples, result[0]);
     QCOMPARE(form.samplePeriod, result[1]);
     QCOMPARE(form.refreshTimer.interval(), result[2]);
