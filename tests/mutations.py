@@ -90,6 +90,8 @@ UNOBSERVABLE = [
     ("CameraLineData.cpp", "CxCameraLineData::exportDataToFile",
      "QCoreApplication::processEvents(QEventLoop::AllEvents, 1000);",
      "QCoreApplication::processEvents(QEventLoop::AllEvents, 1001);", "a millisecond more for the first paint"),
+    ("CameraLineData.cpp", "tieAwayFromZero", "char exact[48];", "char exact[49];",
+     "a byte more room than the 24 digits need"),
     ("CameraLineData.cpp", "CxCameraLineData::readInternalCameraBufferSize", "int size = 0;", "int size = 1;",
      "a failed read returns before the first value is used"),
     ("CameraLineData.cpp", "tieAwayFromZero",
@@ -103,6 +105,8 @@ UNOBSERVABLE = [
      "a plot shown is wider than two pixels, and a hidden one is drawn anew once shown"),
     ("DataGraphForm.cpp", "CxDataGraphForm::IsPlotEnabled", "return false;", "return true;",
      "every series the panel asks for has its check box"),
+    ("DataGraphForm.cpp", "CxDataGraphForm::onBtnCamExportData", "qint64 from = 0;", "qint64 from = 1;",
+     "GetTimeAxisRange sets it before it is read"),
     ("DataGraphForm.cpp", "CxDataGraphForm::updateGraph", "qint64 start = 0;", "qint64 start = 1;",
      "GetTimeAxisRange sets it before it is read"),
     ("DataGraphForm.cpp", "CxDataGraphForm::updateGraph", "qint64 end = 0;", "qint64 end = 1;",
@@ -119,6 +123,8 @@ UNOBSERVABLE = [
      "buckets.reserve((index / 3600 + 1) * 3601);", "an hour's reserve one bucket larger"),
     ("RunHistoryDlg.cpp", "CxRunHistoryDlg", "m_timer.start(1000);", "m_timer.start(1001);",
      "a refresh a millisecond later"),
+    ("RunHistoryDlg.cpp", "CxRunHistoryDlg::onEventActivated", "if (!start || m_startOfDayUs < 0)",
+     "if (!start || m_startOfDayUs < 1)", "a run whose first frame came at midnight to the microsecond"),
     ("RunHistoryDlg.cpp", "CxRunHistoryDlg::detach", "m_timer.stop();", ";", "a detached window's refresh reads nothing"),
 ]
 

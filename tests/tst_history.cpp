@@ -319,6 +319,19 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QVERIFY(window.findChild<QLabel*>(QStringLiteral("summary"))
                 ->text()
                 .contains(QStringLiteral("00:00:00.500")));
+    // A counter rising with every frame: the memory the history reports holds the records of
+    // all 128 snapshots it keeps.
+    history.begin(true, kPeriod, 300, 8 << 20);
+    const qint64 empty = history.memoryBytes();
+    qint32 rising[5] = {};
+    for (int i = 0; i < 1000; ++i) {
+        rising[0] = i;
+        history.addCounters(quint32(i), 1000LL * i, rising);
+    }
+    QCOMPARE(history.snapshots(0, LLONG_MAX).size(), size_t(CxRunHistory::kMaxSnapshots));
+    QVERIFY(history.memoryBytes() - empty >= qint64(CxRunHistory::kMaxSnapshots) *
+                                                 CxRunHistory::kSnapshotRecords *
+                                                 qint64(sizeof(CxRunHistory::SxCounterRecord)));
 }
 
 void TestHistory::nothingEscapesAStoreThatTurnsOver()
@@ -463,6 +476,9 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     const double stall = double(start + qint64((f0.back() - f0[0]) / 250) - form.timeAxisReference) / 1e6;
     QVERIFY2(range.lower < stall && stall < range.upper && qAbs(range.size() - 0.12) < 0.002,
              qPrintable(QStringLiteral("%1 in %2 .. %3").arg(stall).arg(range.lower).arg(range.upper)));
+    // The window's refresh leaves the row chosen where it is.
+    QMetaObject::invokeMethod(window, "refresh");
+    QCOMPARE(events->selectedItems().value(0), events->item(0, 0));
 
     // The log, chosen with "Open Run Log..." in a second window of the run, says the same.
     CxRunHistoryDlg old(QString(), &line->history);

@@ -162,6 +162,16 @@ void TestPanel::rowsCellsAndPlotsFollowTheHost()
     auto* transport = cellWidgetChild<QLineEdit>(&form, 0, Tp::colRequiredThroughput, 1);
     QCOMPARE(transport->text(), QStringLiteral("300"));
     QVERIFY(!transport->isEnabled());
+    // Unlocked, a typed rate is the one required; locked again, the sensor's is back.
+    auto* automatic = cellWidgetChild<QCheckBox>(&form, 0, Tp::colRequiredThroughput, 0);
+    automatic->click();
+    QVERIFY(transport->isEnabled());
+    transport->setText(QStringLiteral("450"));
+    QCOMPARE(form.cameraLines.value(a)->requiredThroughput, 450);
+    automatic->click();
+    QCOMPARE(transport->text(), QStringLiteral("300"));
+    QCOMPARE(form.cameraLines.value(a)->requiredThroughput, 300);
+    QVERIFY(!transport->isEnabled());
     auto* manualMin = cellWidgetChild<QLineEdit>(&form, 0, Tp::colYAxisScaling, 1);
     QVERIFY(!manualMin->isEnabled());
     QString negative = QStringLiteral("-5");
