@@ -171,6 +171,17 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
             return snapshot.event.kind == event.kind && snapshot.event.startUs == event.startUs &&
                    (event.kind != CxRunHistory::EventDip || snapshot.event.durationUs == event.durationUs);
         }));
+    // Asked for a span, the history leaves out a snapshot that ended before it.
+    auto endOf = [](const CxRunHistory::SxSnapshot& snapshot) {
+        return snapshot.firstUs + qint64((snapshot.samples.back() - snapshot.samples.front()) / 250);
+    };
+    for (const CxRunHistory::SxSnapshot& snapshot : kept) {
+        const std::vector<CxRunHistory::SxSnapshot> after =
+            history.snapshots(endOf(snapshot) + 1, endOf(snapshot) + 2);
+        QVERIFY(std::none_of(after.cbegin(), after.cend(), [&](const CxRunHistory::SxSnapshot& found) {
+            return found.firstUs == snapshot.firstUs && endOf(found) == endOf(snapshot);
+        }));
+    }
     QCOMPARE(history.totals().overflows, quint64(2));
     // Drawn, the snapshots lie on the history's lines sample by sample: the dip at its time
     // and depth, the buffer full in the slow frames, and a gap before each snapshot.
@@ -315,6 +326,9 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     history.addCounters(0, 86400500000LL, resumed);
     QCOMPARE(history.totals().counterIncrease[0], quint64(0));
     QCOMPARE(history.totals().firstCounters[0], 5);
+    history.addCounters(1, 86400500000LL + 3601LL * 1000000, resumed);
+    history.buckets(0, 10LL * 1000000, &starts, nullptr, &increases);
+    QCOMPARE(increases.value(0).increase[1], 0u); // nothing of the last run's 3
     QMetaObject::invokeMethod(&window, "refresh");
     QVERIFY(window.findChild<QLabel*>(QStringLiteral("summary"))
                 ->text()
@@ -329,6 +343,9 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
         history.addCounters(quint32(i), 1000LL * i, rising);
     }
     QCOMPARE(history.snapshots(0, LLONG_MAX).size(), size_t(CxRunHistory::kMaxSnapshots));
+    QMetaObject::invokeMethod(&window, "refresh");
+    QCOMPARE(window.findChild<QTableWidget*>(QStringLiteral("events"))->item(0, 2)->text(),
+             QStringLiteral("Transport skip"));
     QVERIFY(history.memoryBytes() - empty >= qint64(CxRunHistory::kMaxSnapshots) *
                                                  CxRunHistory::kSnapshotRecords *
                                                  qint64(sizeof(CxRunHistory::SxCounterRecord)));
@@ -338,12 +355,21 @@ void TestHistory::nothingEscapesAStoreThatTurnsOver()
 {
     KSCORE_HANDLE hCam = open(camera(QStringLiteral("turnover"), 2000.0, 256, 64));
     std::unique_ptr<CxCameraLineData> line(lineFor(hCam));
+    QTemporaryDir dir;
+    line->runLogPath = dir.filePath(QStringLiteral("turnover.log.csv"));
     // A store of two frames' samples turns over with every other frame.
     QVERIFY(line->startMeasurement(1024, 128));
     QTRY_VERIFY_WITH_TIMEOUT(line->history.totals().frames >= 2000, 20000);
     QVERIFY(line->stopMeasurement());
     const CxRunHistory::SxTotals totals = line->history.totals();
     QCOMPARE(totals.frames, sim(hCam)->capturesDelivered());
+    // The run log's last line, written at the stop, holds the whole run.
+    CxRunHistory::SxTotals logged;
+    QVector<CxRunHistory::SxEvent> events;
+    QString name;
+    QString error;
+    QVERIFY2(CxRunHistory::readLog(line->runLogPath, &logged, &events, &name, &error), qPrintable(error));
+    QCOMPARE(logged.frames, totals.frames);
     QCOMPARE(totals.bytes, double(totals.frames) * 1024.0 * 31.0); // 32 samples a frame
     QVERIFY(storedFrames(line.get()) <= 5);
     QVERIFY(qAbs(totals.linkAverage() - 2000.0) < 1.0);
@@ -519,6 +545,9 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     closeAll();
     QVERIFY(window->isVisible());
     QCOMPARE(window->eventRows(), 4);
+    // Closed, it is gone.
+    window->close();
+    QTRY_VERIFY(form.findChildren<CxRunHistoryDlg*>().isEmpty());
 }
 
 QTEST_MAIN(TestHistory)

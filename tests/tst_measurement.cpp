@@ -141,9 +141,10 @@ void TestMeasurement::storeKeepsCapacityPlusOneRecord_data()
     QTest::addColumn<int>("capacity"); // in samples; a throughput frame holds 512 of them
     QTest::addColumn<int>("kept");
     QTest::newRow("throughput") << int(MeasureModeDataThroughput) << 3000000 << 5860; // 5859 plus one
-    // A negative capacity (a hand-edited setting) keeps just the newest frame.
+    // A negative capacity (a hand-edited setting) keeps just the newest frame or record.
     QTest::newRow("throughput, negative") << int(MeasureModeDataThroughput) << -1000000 << 1;
     QTest::newRow("acquisition") << int(MeasureModeStandardAcquisition) << 10 << 11;
+    QTest::newRow("acquisition, negative") << int(MeasureModeStandardAcquisition) << -5 << 1;
 }
 
 void TestMeasurement::storeKeepsCapacityPlusOneRecord()

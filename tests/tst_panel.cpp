@@ -492,6 +492,13 @@ void TestPanel::plotsFollowTheirBoxesAndMoveTogether()
     QVERIFY(plotOf(&form)->isVisible());
     // Table order, not the order of ticking.
     QCOMPARE(plotOrder(&form), QList<KSCORE_HANDLE>({a, b}));
+    // With no box ticked the plot goes; a rebuild of the rows ticks them all again, and it is
+    // back.
+    boxA->click();
+    boxB->click();
+    QVERIFY(!plotOf(&form)->isVisible());
+    form.updateCameraList();
+    QVERIFY(plotOf(&form)->isVisible());
 
     // Manual vertical range: automatic scaling off unlocks the fields; bad text reads as 0.
     auto* autoAxis = cellWidgetChild<QCheckBox>(&form, 0, Tp::colYAxisScaling, 0);
