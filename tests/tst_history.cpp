@@ -343,12 +343,13 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
         history.addCounters(quint32(i), 1000LL * i, rising);
     }
     QCOMPARE(history.snapshots(0, LLONG_MAX).size(), size_t(CxRunHistory::kMaxSnapshots));
-    QMetaObject::invokeMethod(&window, "refresh");
-    QCOMPARE(window.findChild<QTableWidget*>(QStringLiteral("events"))->item(0, 2)->text(),
-             QStringLiteral("Transport skip"));
     QVERIFY(history.memoryBytes() - empty >= qint64(CxRunHistory::kMaxSnapshots) *
                                                  CxRunHistory::kSnapshotRecords *
                                                  qint64(sizeof(CxRunHistory::SxCounterRecord)));
+    // The window names the first counter too.
+    QMetaObject::invokeMethod(&window, "refresh");
+    QCOMPARE(window.findChild<QTableWidget*>(QStringLiteral("events"))->item(0, 2)->text(),
+             QStringLiteral("Transport skip"));
 }
 
 void TestHistory::nothingEscapesAStoreThatTurnsOver()
