@@ -201,6 +201,10 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(std::count_if(minSamples->data()->constBegin(), minSamples->data()->constEnd(),
                            [](const QCPGraphData& point) { return qIsNaN(point.value); }),
              4);
+    int steps = 0;
+    for (const CxRunHistory::SxSnapshot& snapshot : kept)
+        steps += int(snapshot.samples.size()) - 1;
+    QCOMPARE(minSamples->dataCount(), steps + 4); // every step of every snapshot
     bool ok = false;
     QCOMPARE(plot.graph(3)->getValueRange(ok).upper, 100.0);
     QCOMPARE(plot.graph(3)->valueAxis(), plot.axisRect()->axis(QCPAxis::atRight));
@@ -404,6 +408,10 @@ void TestHistory::verdictShowsItsArithmetic()
     t.overflows = 3;
     v = CxRunHistory::verdict(t);
     QVERIFY(qAbs(v.upperPerHour - 7.7537 / 8.2) < 1e-3);
+    // A run that carried no byte states no headroom.
+    t.bytes = 0.0;
+    t.linkUs = 0.0;
+    QVERIFY(!CxRunHistory::verdict(t).text.contains(QStringLiteral("headroom")));
 }
 
 void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()
