@@ -27,6 +27,9 @@ namespace {
 
 constexpr quint32 kPeriod = 1 << 20; // 1 MiB between samples keeps a day to 3e7 steps
 constexpr int kSteps = 100;
+// Noon on the panel's clock, which runs from midnight and follows the time of day only while
+// a camera measures: a test run just after midnight draws the same.
+constexpr qint64 kNoonUs = 43200LL * 1000000;
 
 // Ticks for one sample period at `rate` MB/s.
 quint64 ticksAt(double rate)
@@ -428,9 +431,7 @@ void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()
     QCOMPARE(child<QCustomPlot>(&form, "plot")->itemCount(), 0);
     // Forty minutes of history ending now, beyond the 32-bit microseconds the live series
     // wraps at; nothing in the store.
-    // Noon on the panel's clock, which runs from midnight and follows the time of day only
-    // while a camera measures: a test run just after midnight draws the same.
-    form.timeAxisReference = 43200LL * 1000000;
+    form.timeAxisReference = kNoonUs;
     const qint64 now = form.timeAxisReference;
     line->history.begin(false, kPeriod, 300, 8 << 20);
     quint64 tick = 0;
@@ -468,7 +469,7 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     form.show();
     CxCameraLineData* line = form.cameraLines.value(hCam);
     // A minute ago: a dip to 50 MB/s, a stall of 40 ms between two frames, a dip to 150 MB/s.
-    form.timeAxisReference = 43200LL * 1000000; // noon, as above
+    form.timeAxisReference = kNoonUs;
     const qint64 start = form.timeAxisReference - 60000000;
     line->history.begin(false, kPeriod, 300, 64 << 20);
     const std::vector<quint64> f0 = frame(0, 400.0, 20, 30, 50.0);

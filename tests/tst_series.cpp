@@ -711,12 +711,12 @@ void TestSeries::csvNumbersAreWrittenAsQtWritesThem()
     // neighbours, carries into a new decade, both ends of the fixed notation, zeros,
     // extremes, inf and nan.
     std::vector<double> values = {
-        1.953125,       -1.953125, 1234565.0, 0.5,      2.5e-5,   999999.5,  9999995.0,   999999.4999999,
-        0.000099999951, 0.0001,    1e-5,      123456.0, 1e6,      0.0,       -0.0,        5e-324,
-        DBL_MAX,        -DBL_MAX,  1e20,      1e-15,    HUGE_VAL, -HUGE_VAL, std::nan("")};
-    for (const double tie :
-         {1.953125, 1234565.0, 999999.5, 9999995.0, 0.0001220703125, 12345650.0, -12345650.0})
-        for (const double neighbour : {tie, std::nextafter(tie, 0.0), std::nextafter(tie, HUGE_VAL)})
+        1.953125,       -1.953125,      1234565.0,  0.5,        2.5e-5,   999999.5, 9999995.0,
+        999999.4999999, 0.000099999951, 0.0001,     1e-5,       123456.0, 1e6,      0.0,
+        -0.0,           5e-324,         DBL_MAX,    -DBL_MAX,   1e20,     1e-15,    HUGE_VAL,
+        -HUGE_VAL,      std::nan(""),   12345650.0, -12345650.0};
+    for (const double tie : {1.953125, 1234565.0, 999999.5, 9999995.0, 0.0001220703125, 12345650.0})
+        for (const double neighbour : {std::nextafter(tie, 0.0), std::nextafter(tie, HUGE_VAL)})
             values.push_back(neighbour);
     std::mt19937_64 random(7);
     std::uniform_real_distribution<double> exponent(-22.0, 24.0);
