@@ -85,6 +85,8 @@ UNOBSERVABLE = [
     ("CameraLineData.cpp", "noPointBetween", "return true;", "return false;", "a shortcut that only saves time"),
     ("CameraLineData.cpp", "CxCameraLineData::wholeFrameInOneBin", "if (!frame->samples || frame->sampleCount < 2)",
      "if (!frame->samples || frame->sampleCount < 3)", "two-sample frames take the long way to the same point"),
+    ("CameraLineData.cpp", "CxCameraLineData::wholeFrameInOneBin", "return false;", "return true;",
+     "a frame of fewer than two samples has an empty summary, and walked it adds nothing either"),
     ("CameraLineData.cpp", "CxCameraLineData::resetFrameTimes", "frameTimeMax = DBL_MIN;", ";",
      "the longest frame time is never read"),
     ("CameraLineData.cpp", "CxCameraLineData::exportDataToFile",
