@@ -83,6 +83,10 @@ BUILD_TARGETS = ALL_TESTS + ["kspDataThroughputGraph", "lumorix-sim"]
 # (file, function, line as it stands, line as changed, why)
 UNOBSERVABLE = [
     ("CameraLineData.cpp", "noPointBetween", "return true;", "return false;", "a shortcut that only saves time"),
+    ("CameraLineData.cpp", "noPointBetween",
+     "return relFirst + double(lastOffset - firstOffset) == relLast && !(relLast - lastX > minGap);",
+     "return relFirst - double(lastOffset - firstOffset) == relLast && !(relLast - lastX > minGap);",
+     "the shortcut no longer taken but where a frame has no span, and the walk finds the same"),
     ("CameraLineData.cpp", "CxCameraLineData::wholeFrameInOneBin", "if (!frame->samples || frame->sampleCount < 2)",
      "if (!frame->samples || frame->sampleCount < 3)", "two-sample frames take the long way to the same point"),
     ("CameraLineData.cpp", "CxCameraLineData::wholeFrameInOneBin", "return false;", "return true;",
@@ -109,20 +113,20 @@ UNOBSERVABLE = [
      "every series the panel asks for has its check box"),
     ("DataGraphForm.cpp", "CxDataGraphForm::on_btnResetZoom_clicked", "timeAxisLower = -20.0;", ";",
      "the range set right after sets it again"),
-    ("DataGraphForm.cpp", "CxDataGraphForm::onBtnCamExportData", "qint64 from = 0;", "qint64 from = 1;",
-     "GetTimeAxisRange sets it before it is read"),
-    ("DataGraphForm.cpp", "CxDataGraphForm::updateGraph", "qint64 start = 0;", "qint64 start = 1;",
-     "GetTimeAxisRange sets it before it is read"),
-    ("DataGraphForm.cpp", "CxDataGraphForm::updateGraph", "qint64 end = 0;", "qint64 end = 1;",
-     "GetTimeAxisRange sets it before it is read"),
     ("DataGraphSetupDlg.cpp", "CxDataGraphSetupDlg",
      "flags &= ~(Qt::WindowMaximizeButtonHint | Qt::WindowContextHelpButtonHint);", ";",
      "Qt 6 gives a dialog neither of the hints this clears"),
     ("HistoryPlot.cpp", "CxHistoryPlot::drawCounters", "qint64 lastX = -1;", "qint64 lastX = -2;",
      "only the sign of the first value is tested"),
+    ("HistoryPlot.cpp", "historySpan", "if (totals.startOfDayUs < 0)", "if (totals.startOfDayUs < 1)",
+     "a run whose first frame came at midnight to the microsecond"),
     ("HistoryPlot.cpp", "pixelUs", "return double(view.toUs - view.fromUs) / double(std::max(view.pixels, 1));",
      "return double(view.toUs - view.fromUs) / double(std::max(view.pixels, 2));",
      "every plot is wider than two pixels"),
+    ("RunHistory.cpp", "CxRunHistory::endDip", "m_pending = SxSnapshot();", ";",
+     "the snapshot was moved out, and the next dip's is copied anew before it is kept"),
+    ("RunHistory.cpp", "CxRunHistory::endDip", "m_pendingFrame = nullptr;", ";",
+     "read only while a dip is open, and every dip sets it as it opens"),
     ("RunHistory.cpp", "growByTheHour", "buckets.reserve((index / 3600 + 1) * 3600);",
      "buckets.reserve((index / 3600 + 1) * 3601);", "an hour's reserve one bucket larger"),
     ("RunHistory.cpp", "growByTheHour", "buckets.reserve((index / 3600 + 1) * 3600);",
@@ -141,6 +145,12 @@ def unobservable(path, function, original, changed):
         return "a field width of 1 for a number that is never shorter"
     if re.sub(r", 1\) / (kCoarseUs|kFineUs)", r", 0) / \1", changed) == original != changed:
         return "a time clamped at 1 us instead of 0 before its division into buckets"
+    declared = re.match(r"\s*(?:qint64|quint32) (\w+) = 0;$", original)
+    if declared and changed.rstrip() == original.rstrip()[:-2] + "1;":
+        bodies = "\n".join("\n".join(open(path).read().split("\n")[first:last + 1])
+                           for name, first, last in functions(path) if name == function)
+        if re.search(r"\b(GetTimeAxisRange|storedSpan)\([^;]*&%s\b" % declared.group(1), bodies):
+            return "a first value that the call it is handed to replaces before it is read"
     for name, where, before, after, why in UNOBSERVABLE:
         if (name, where, before, after) == (os.path.basename(path), function, original.strip(), changed.strip()):
             return why
@@ -166,7 +176,7 @@ OPERATORS = [
     ("- to +", r"(?<=\w|\))\s-\s", " + "),
     ("* to /", r"(?<=\w|\))\s\*\s", " / "),
     ("number + 1", r"(?<![\w.])(\d+)(?![\w.])", None),
-    ("condition negated", r"\bif \(", "if (!"),
+    ("condition negated", r"\bif \(", "negate"),
 ]
 
 
@@ -194,6 +204,16 @@ def code_mask(line):
             out.append(c)
         i += 1
     return "".join(out)
+
+
+def closing(code, opening):
+    """Where the parenthesis opened at `opening` closes on the line, or None."""
+    depth = 0
+    for i in range(opening, len(code)):
+        depth += {"(": 1, ")": -1}.get(code[i], 0)
+        if depth == 0:
+            return i
+    return None
 
 
 def functions(path):
@@ -238,6 +258,9 @@ def draws(rng):
                 choices = []
                 for label, pattern, replacement in OPERATORS:
                     for match in re.finditer(pattern, code):
+                        # The whole condition, so its closing parenthesis must be on the line.
+                        if replacement == "negate" and closing(code, match.end() - 1) is None:
+                            continue
                         choices.append((label, match, replacement))
                 if stripped.endswith(";") and re.match(r"[\w>.:-]+(\(|->|\.|\s[-+*/|&]?=\s|\+\+|--)", stripped) \
                         and not re.match(r"(const|auto|return|int|double|bool|qint64|quint64|QString|static)\b", stripped):
@@ -248,6 +271,9 @@ def draws(rng):
                 if match is None:
                     # An empty statement, so that a condition without braces keeps its body.
                     changed = line[: len(line) - len(line.lstrip())] + ";"
+                elif replacement == "negate":
+                    end = closing(code, match.end() - 1)
+                    changed = line[:match.end()] + "!(" + line[match.end():end] + ")" + line[end:]
                 elif replacement is None:
                     changed = line[:match.start()] + str(int(match.group(1)) + 1) + line[match.end():]
                     label = "%s to %d" % (match.group(1), int(match.group(1)) + 1)

@@ -12,6 +12,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -341,20 +342,30 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
                 ->text()
                 .contains(QStringLiteral("00:00:00.500")));
     // A counter rising with every frame: the memory the history reports holds the records of
-    // all 128 snapshots it keeps.
+    // all 128 snapshots it keeps, and of its events it lists the first 100000, counting all.
     history.begin(true, kPeriod, 300, 8 << 20);
     const qint64 empty = history.memoryBytes();
     qint32 rising[5] = {};
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i <= CxRunHistory::kMaxEvents + 1; ++i) {
         rising[0] = i;
         history.addCounters(quint32(i), 1000LL * i, rising);
     }
-    QCOMPARE(history.snapshots(0, LLONG_MAX).size(), size_t(CxRunHistory::kMaxSnapshots));
     QVERIFY(history.memoryBytes() - empty >= qint64(CxRunHistory::kMaxSnapshots) *
                                                  CxRunHistory::kSnapshotRecords *
                                                  qint64(sizeof(CxRunHistory::SxCounterRecord)));
-    // The window names the first counter too.
+    // A jump of 50 is worse than any single step: it takes the place of one of their snapshots.
+    rising[0] += 50;
+    history.addCounters(quint32(CxRunHistory::kMaxEvents + 2), 1000LL * (CxRunHistory::kMaxEvents + 2),
+                        rising);
+    const std::vector<CxRunHistory::SxSnapshot> afterJump = history.snapshots(0, LLONG_MAX);
+    QCOMPARE(afterJump.size(), size_t(CxRunHistory::kMaxSnapshots));
+    QVERIFY(std::any_of(afterJump.begin(), afterJump.end(), [](const auto& s) { return s.event.count == 50; }));
+    QCOMPARE(history.events().size(), CxRunHistory::kMaxEvents);
     QMetaObject::invokeMethod(&window, "refresh");
+    QVERIFY(window.findChild<QLabel*>(QStringLiteral("summary"))
+                ->text()
+                .contains(QStringLiteral("100002 (the first 100000 listed)")));
+    // The window names the first counter too.
     QCOMPARE(window.findChild<QTableWidget*>(QStringLiteral("events"))->item(0, 2)->text(),
              QStringLiteral("Transport skip"));
 }
@@ -502,14 +513,18 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     // Sorted by depth as numbers (26, 50, 150 MB/s) the stall comes first; a double-click shows
     // its 40 ms in the graph with as much again on either side.
     events->sortItems(3);
-    QCOMPARE(events->item(0, 2)->text(), QStringLiteral("Dip"));
-    QVERIFY(events->item(0, 3)->text().startsWith(QStringLiteral("26.2")));
+    const qint64 stallUs = qint64((f0.back() - f0[0]) / 250);
+    QStringList stallRow;
+    for (int column = 0; column < events->columnCount(); ++column)
+        stallRow << events->item(0, column)->text();
+    QCOMPARE(stallRow, QStringList({QString::number(double(stallUs) / 1e6, 'f', 3), "40.000", "Dip",
+                                    "26.2 MB/s", "1"}));
     QVERIFY(events->item(2, 3)->text().startsWith(QStringLiteral("150.0")));
     const QPoint cell = events->visualItemRect(events->item(0, 0)).center();
     QTest::mouseClick(events->viewport(), Qt::LeftButton, {}, cell);
     QTest::mouseDClick(events->viewport(), Qt::LeftButton, {}, cell);
     const QCPRange range = plot->axisRect(0)->axis(QCPAxis::atBottom)->range();
-    const double stall = double(start + qint64((f0.back() - f0[0]) / 250) - form.timeAxisReference) / 1e6;
+    const double stall = double(start + stallUs - form.timeAxisReference) / 1e6;
     QVERIFY2(range.lower < stall && stall < range.upper && qAbs(range.size() - 0.12) < 0.002,
              qPrintable(QStringLiteral("%1 in %2 .. %3").arg(stall).arg(range.lower).arg(range.upper)));
     // The window's refresh leaves the row chosen where it is.
@@ -540,6 +555,32 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     QTest::mouseClick(oldEvents->viewport(), Qt::LeftButton, {}, oldCell);
     QTest::mouseDClick(oldEvents->viewport(), Qt::LeftButton, {}, oldCell);
     QCOMPARE(zooms.count(), 0);
+    // A log cut short by a crash gives what is whole; one without a complete second is refused
+    // with the reason, and the window keeps what it shows.
+    QFile whole(log);
+    QVERIFY(whole.open(QIODevice::ReadOnly));
+    const QByteArray text = whole.readAll();
+    const QString cut = dir.filePath(QStringLiteral("cut.log.csv"));
+    auto writeCut = [&cut](const QByteArray& part) {
+        QFile file(cut);
+        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(part) == part.size();
+    };
+    QVERIFY(writeCut(text.chopped(1)));
+    QVERIFY(old.openLog(cut));
+    QCOMPARE(old.eventRows(), 2);
+    QVERIFY(writeCut(text.left(text.indexOf("count\n") + 6)));
+    QString warning;
+    answerNextModal([&warning](QWidget* modal) {
+        auto* box = qobject_cast<QMessageBox*>(modal);
+        if (box) {
+            warning = box->text();
+            box->accept();
+        }
+        return box != nullptr;
+    });
+    QVERIFY(!old.openLog(cut));
+    QVERIFY2(warning.contains(QStringLiteral("no complete second")), qPrintable(warning));
+    QCOMPARE(old.eventRows(), 2);
 
     // The row's menu raises the same window.
     QTableWidget* rows = table(&form);

@@ -341,6 +341,12 @@ void TestPanel::throughputRunFillsStatisticsAndSeries()
     QVERIFY2(qAbs(cellText(&form, 0, Tp::colAvgThroughput).toInt() - 400) <= 4,
              qPrintable(cellText(&form, 0, Tp::colAvgThroughput)));
     QCOMPARE(cellText(&form, 0, Tp::colMaxBufferLevel), QStringLiteral("0 %"));
+    // An event shown from the run history stops the graph following the run, which would carry
+    // the event out of view within seconds.
+    child<QCheckBox>(&form, "checkBoxLiveGraph")->setChecked(true);
+    QMetaObject::invokeMethod(&form, "zoomToRunTime", Q_ARG(qint64, form.timeAxisReference),
+                              Q_ARG(qint64, -3000000), Q_ARG(qint64, -2000000));
+    QVERIFY(!child<QCheckBox>(&form, "checkBoxLiveGraph")->isChecked());
 
     measure->click();
     QCOMPARE(measure->text(), QStringLiteral("Start"));
@@ -570,6 +576,7 @@ void TestPanel::setupDialogConvertsAndApplies()
     QList<int> seen;
     QList<QSize> sizes;
     Qt::WindowFlags flags;
+    bool closed = false;
     answerNextModal([&](QWidget* modal) {
         auto* dialog = qobject_cast<CxDataGraphSetupDlg*>(modal);
         if (!dialog)
@@ -588,10 +595,15 @@ void TestPanel::setupDialogConvertsAndApplies()
         dialog->findChild<QComboBox*>("measureMode")->setCurrentIndex(chooseMode);
         seen << enabled();
         confirm ? dialog->accept() : dialog->reject();
+        // One left open would hold the test in its event loop for ever.
+        closed = !dialog->isVisible();
+        if (!closed)
+            dialog->QDialog::done(QDialog::Rejected);
         return true;
     });
     child<QToolButton>(&form, "btnSetup")->click();
 
+    QVERIFY(closed);
     QCOMPARE(seen, shown);
     // Just big enough for its contents, and fixed there. The "minimal" platform, which shows
     // no window, hands a combo or label a wider size hint once shown than it had before.
