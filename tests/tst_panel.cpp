@@ -175,12 +175,15 @@ void TestPanel::rowsCellsAndPlotsFollowTheHost()
     auto* manualMin = cellWidgetChild<QLineEdit>(&form, 0, Tp::colYAxisScaling, 1);
     QVERIFY(!manualMin->isEnabled());
     QString negative = QStringLiteral("-5");
+    QString zero = QStringLiteral("0");
     int cursor = 0;
     QCOMPARE(manualMin->validator()->validate(negative, cursor), QValidator::Invalid);
+    QCOMPARE(manualMin->validator()->validate(zero, cursor), QValidator::Acceptable);
 
     // Legend and plots: one titled rectangle per camera, in table order.
     auto* legend = child<QTableWidget>(&form, "tablePlotCheck");
     QCOMPARE(legend->rowCount(), 2);
+    QCOMPARE(legend->columnCount(), 2);
     QCOMPARE(legend->item(1, 1)->text(), QStringLiteral("Max buffer level"));
     QCOMPARE(legend->item(1, 1)->foreground().color(), QColor(30, 144, 255));
     QCOMPARE(form.plotCheckBoxes.size(), 2);

@@ -18,7 +18,6 @@ QCPGraph* addGraph(QCustomPlot* plot, QCPAxis* valueAxis, QCPAxisRect* rect, QCo
         color.setAlpha(110);
     graph->setPen(QPen(color, faint ? 1.0 : 1.5, faint ? Qt::DashLine : Qt::SolidLine));
     graph->setProperty(kHistoryProperty, true);
-    graph->setSelectable(QCP::stNone);
     return graph;
 }
 
