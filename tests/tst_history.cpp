@@ -197,6 +197,11 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     view.pixels = 1000;
     QVERIFY(CxHistoryPlot::drawThroughput(&plot, plot.axisRect(), history, view, Qt::blue, Qt::red));
     QCOMPARE(plot.graphCount(), 4);
+    // At 10 ms a pixel, each 10 ms bucket is a point of its own.
+    QVector<qint64> bucketStarts;
+    QVector<CxRunHistory::SxBucket> tenMs;
+    QCOMPARE(history.buckets(0, 10LL * 1000000, &bucketStarts, &tenMs), CxRunHistory::kFineUs);
+    QCOMPARE(plot.graph(0)->dataCount(), bucketStarts.size());
     const QCPGraph* minSamples = plot.graph(2);
     const double dipEnd = double(events[0].startUs + qint64(ticksAt(50.0) / 250) - 10LL * 1000000) / 1e6;
     const auto dip = minSamples->data()->findBegin(dipEnd - 1e-4, false);
