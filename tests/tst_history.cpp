@@ -334,8 +334,8 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
                 ->text()
                 .contains(QStringLiteral("<td>API skip</td><td>&nbsp;&nbsp;3</td>")));
     // A new run's first record is its baseline, not an increase over the last run's. Started
-    // before midnight, its first frame came half a second after it (to the microsecond before the
-    // next millisecond, which is not shown yet).
+    // before midnight, its first frame came 500.999 ms after it: shown as the whole milliseconds
+    // gone, 00:00:00.500.
     history.begin(true, kPeriod, 300, 8 << 20);
     const qint32 resumed[5] = {5, 5, 0, 0, 1};
     history.addCounters(0, 86400500999LL, resumed);
