@@ -105,6 +105,8 @@ UNOBSERVABLE = [
      "std::to_chars(exact, exact + sizeof(exact), std::fabs(value), std::chars_format::scientific, 25).ptr;",
      "a double's distance from a seven-digit tie shows long before its 24th digit"),
     ("DataGraphForm.cpp", "CxDataGraphForm::closeProgressBox", "box->hide();", ";", "the box is deleted right after"),
+    ("DataGraphForm.cpp", "CxDataGraphForm::closeProgressBox", "box->close();", ";",
+     "a box without buttons refuses to close, and it is deleted right after"),
     ("DataGraphForm.cpp", "CxDataGraphForm::msPerPixel",
      "return (range.upper - range.lower) * 1000.0 / qMax(1, ui->plot->width());",
      "return (range.upper - range.lower) * 1000.0 / qMax(2, ui->plot->width());",

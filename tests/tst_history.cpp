@@ -240,6 +240,12 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(around.size(), size_t(1));
     QCOMPARE(around[0].samples.size(), size_t(CxRunHistory::kSnapshotSamples));
     QCOMPARE(around[0].samples.front(), longFrame[5001 - CxRunHistory::kSnapshotSamples / 2]);
+    // Near a frame's start, it keeps the frame's first sample.
+    history.begin(false, kPeriod, 300, 64 << 20);
+    const std::vector<quint64> early = frame(0, 400.0, 10, 20, 50.0, 10000);
+    history.addFrame(0, 0, early.data(), early.size());
+    history.finish();
+    QCOMPARE(history.snapshots(0, LLONG_MAX).at(0).samples.front(), early[0]);
 
     // Of 200 dips, 1 to 200 MB/s deep, the 128 worst keep their samples.
     history.begin(false, kPeriod, 0, 64 << 20, 300.0);
@@ -325,6 +331,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QVERIFY(CxHistoryPlot::drawCounters(&plot, plot.axisRect(), history, view, colors));
     QCOMPARE(plot.graphCount(), 2 + 2 * 3);
     QCOMPARE(plot.graph(1)->data()->begin()->key, -3600.0); // the end of the run's first second
+    QCOMPARE(plot.graph(0)->dataCount(), plot.graph(1)->dataCount());
     QCOMPARE((plot.graph(1)->data()->end() - 1)->value, 3.0);
     CxHistoryPlot::clear(&plot);
     QCOMPARE(plot.graphCount() + plot.itemCount(), 0);
@@ -357,9 +364,10 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
         rising[0] = i;
         history.addCounters(quint32(i), 1000LL * i, rising);
     }
-    QVERIFY(history.memoryBytes() - empty >= qint64(CxRunHistory::kMaxSnapshots) *
-                                                 CxRunHistory::kSnapshotRecords *
-                                                 qint64(sizeof(CxRunHistory::SxCounterRecord)));
+    QVERIFY(history.memoryBytes() - empty >=
+            qint64(CxRunHistory::kMaxSnapshots) * CxRunHistory::kSnapshotRecords *
+                    qint64(sizeof(CxRunHistory::SxCounterRecord)) +
+                qint64(CxRunHistory::kMaxEvents) * qint64(sizeof(CxRunHistory::SxEvent)));
     // A jump of 50 is worse than any single step: it takes the place of the oldest of their
     // snapshots.
     const qint64 oldest = history.snapshots(0, LLONG_MAX).front().event.startUs;
@@ -518,6 +526,12 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     QVERIFY(window && QTest::qWaitForWindowExposed(window));
     const CxRunHistory::SxTotals totals = line->history.totals();
     const QString summary = window->findChild<QLabel*>(QStringLiteral("summary"))->text();
+    QStringList facts;
+    for (const QRegularExpressionMatch& fact :
+         QRegularExpression(QStringLiteral("<tr><td>(.*?)</td>")).globalMatch(summary))
+        facts << fact.captured(1);
+    QCOMPARE(facts, QStringList({"Start", "Duration", "Frames", "Bytes", "Link average", "Lowest speed",
+                                 "Highest buffer level", "Buffer overflows", "Events"}));
     QVERIFY(summary.contains(QStringLiteral("%1 MB/s").arg(totals.linkAverage(), 0, 'f', 1)));
     QVERIFY(summary.contains(
         QTime::fromMSecsSinceStartOfDay(int(start / 1000)).toString(QStringLiteral("HH:mm:ss.zzz"))));
