@@ -127,6 +127,8 @@ UNOBSERVABLE = [
      "every plot is wider than two pixels"),
     ("RunHistory.cpp", "CxRunHistory::begin", "m_curIndex = -1;", "m_curIndex = -2;",
      "only its sign is tested, or it is compared with indexes that are never negative"),
+    ("RunHistory.cpp", "CxRunHistory::closeFineBucket", "m_curIndex = -1;", "m_curIndex = -2;",
+     "only its sign is tested, or it is compared with indexes that are never negative"),
     ("RunHistory.cpp", "CxRunHistory::endDip", "m_pending = SxSnapshot();", ";",
      "the snapshot was moved out, and the next dip's is copied anew before it is kept"),
     ("RunHistory.cpp", "CxRunHistory::endDip", "m_pendingFrame = nullptr;", ";",

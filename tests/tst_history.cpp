@@ -202,6 +202,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QVector<CxRunHistory::SxBucket> tenMs;
     QCOMPARE(history.buckets(0, 10LL * 1000000, &bucketStarts, &tenMs), CxRunHistory::kFineUs);
     QCOMPARE(plot.graph(0)->dataCount(), bucketStarts.size());
+    QCOMPARE(plot.graph(1)->dataCount(), bucketStarts.size());
     const QCPGraph* minSamples = plot.graph(2);
     const double dipEnd = double(events[0].startUs + qint64(ticksAt(50.0) / 250) - 10LL * 1000000) / 1e6;
     const auto dip = minSamples->data()->findBegin(dipEnd - 1e-4, false);
@@ -215,6 +216,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     for (const CxRunHistory::SxSnapshot& snapshot : kept)
         steps += int(snapshot.samples.size()) - 1;
     QCOMPARE(minSamples->dataCount(), steps + 4); // every step of every snapshot
+    QCOMPARE(plot.graph(3)->dataCount(), steps + 4);
     bool ok = false;
     QCOMPARE(plot.graph(3)->getValueRange(ok).upper, 100.0);
     QCOMPARE(plot.graph(3)->valueAxis(), plot.axisRect()->axis(QCPAxis::atRight));
@@ -222,6 +224,12 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     // A dip still going on when the run ends is an event of its own.
     history.begin(false, kPeriod, 300, 64 << 20);
     history.addFrame(0, 0, f2.data(), f2.size());
+    // Its last 10 ms, still filling, are in the buckets already; nothing of the last run's is.
+    history.buckets(0, history.totals().durationUs + 1, &bucketStarts, &tenMs);
+    QVERIFY(std::is_sorted(bucketStarts.cbegin(), bucketStarts.cend()) &&
+            tenMs.size() == bucketStarts.size());
+    QCOMPARE(bucketStarts.value(bucketStarts.size() - 1, -1),
+             history.totals().durationUs / CxRunHistory::kFineUs * CxRunHistory::kFineUs);
     QCOMPARE(history.totals().events, quint64(1)); // the overflow; the dip still goes on
     QCOMPARE(history.events().size(), 2);          // but is shown as far as it got
     history.finish();
@@ -333,6 +341,8 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(plot.graph(1)->data()->begin()->key, -3600.0); // the end of the run's first second
     QCOMPARE(plot.graph(0)->dataCount(), plot.graph(1)->dataCount());
     QCOMPARE((plot.graph(1)->data()->end() - 1)->value, 3.0);
+    for (int i = 0; i < 2 * 3; ++i) // the records of a snapshot, one counter a graph
+        QCOMPARE(plot.graph(2 + i)->dataCount(), int(records[size_t(i / 2)].records.size()));
     CxHistoryPlot::clear(&plot);
     QCOMPARE(plot.graphCount() + plot.itemCount(), 0);
     // The window sums up each counter's increase.
@@ -492,7 +502,8 @@ void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()
     // The label of its resolution, inside its plot.
     QCOMPARE(plot->itemCount(), 1);
     auto* label = qobject_cast<QCPItemText*>(plot->item(0));
-    QVERIFY(label && label->clipAxisRect() == rect &&
+    QVERIFY(label && label->text() == QStringLiteral("Run history, 1 s resolution") &&
+            label->clipAxisRect() == rect &&
             rect->rect().contains(label->position->pixelPosition().toPoint()));
 }
 

@@ -273,6 +273,10 @@ void TestPanel::acquisitionLayoutShowsFormatAndCounters()
     auto* format = qobject_cast<QComboBox*>(t->cellWidget(0, Acq::colDataFormat));
     QCOMPARE(format->count(), 8);
     QCOMPARE(format->currentData().toInt(), 3);
+    // Its "Graph" box, ticked off and on again, brings the counters' plot back.
+    auto* graphBox = cellWidgetChild<QCheckBox>(&form, 0, Acq::colGraph, 0);
+    graphBox->click();
+    graphBox->click();
     QCOMPARE(form.GetCameraPlot(hCam)->axis(QCPAxis::atLeft)->label(), QStringLiteral("Counter value"));
     // Before a run no counter is known to be supported.
     QCOMPARE(cellText(&form, 0, Acq::colTransferred), QStringLiteral("-"));
