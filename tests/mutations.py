@@ -96,8 +96,6 @@ UNOBSERVABLE = [
     ("CameraLineData.cpp", "CxCameraLineData::exportDataToFile",
      "QCoreApplication::processEvents(QEventLoop::AllEvents, 1000);",
      "QCoreApplication::processEvents(QEventLoop::AllEvents, 1001);", "a millisecond more for the first paint"),
-    ("CameraLineData.cpp", "CxCameraLineData::exportDataToFile", "qint64 shownAt = -1;", "qint64 shownAt = -2;",
-     "only its sign is tested"),
     ("CameraLineData.cpp", "CxCameraLineData::captureImage", "std::memset(image, 0, sizeof(KS_IMG));",
      "std::memset(image, 1, sizeof(KS_IMG));", "of the record only its size is read; every other field is written"),
     ("CameraLineData.cpp", "CxCameraLineData::readInternalCameraBufferSize", "int size = 0;", "int size = 1;",
@@ -123,17 +121,11 @@ UNOBSERVABLE = [
     ("DataGraphSetupDlg.cpp", "CxDataGraphSetupDlg",
      "flags &= ~(Qt::WindowMaximizeButtonHint | Qt::WindowContextHelpButtonHint);", ";",
      "Qt 6 gives a dialog neither of the hints this clears"),
-    ("HistoryPlot.cpp", "CxHistoryPlot::drawCounters", "qint64 lastX = -1;", "qint64 lastX = -2;",
-     "only the sign of the first value is tested"),
     ("HistoryPlot.cpp", "historySpan", "if (totals.startOfDayUs < 0)", "if (totals.startOfDayUs < 1)",
      "a run whose first frame came at midnight to the microsecond"),
     ("HistoryPlot.cpp", "pixelUs", "return double(view.toUs - view.fromUs) / double(std::max(view.pixels, 1));",
      "return double(view.toUs - view.fromUs) / double(std::max(view.pixels, 2));",
      "every plot is wider than two pixels"),
-    ("RunHistory.cpp", "CxRunHistory::begin", "m_curIndex = -1;", "m_curIndex = -2;",
-     "only its sign is tested, or it is compared with indexes that are never negative"),
-    ("RunHistory.cpp", "CxRunHistory::closeFineBucket", "m_curIndex = -1;", "m_curIndex = -2;",
-     "only its sign is tested, or it is compared with indexes that are never negative"),
     ("RunHistory.cpp", "CxRunHistory::endDip", "m_pending = SxSnapshot();", ";",
      "the snapshot was moved out, and the next dip's is copied anew before it is kept"),
     ("RunHistory.cpp", "CxRunHistory::endDip", "m_pendingFrame = nullptr;", ";",
@@ -149,6 +141,10 @@ UNOBSERVABLE = [
     ("RunHistoryDlg.cpp", "CxRunHistoryDlg::detach", "m_timer.stop();", ";", "a detached window's refresh reads nothing"),
 ]
 
+# "None yet" marks of which only the sign is read, or that are compared with values that are
+# never negative.
+SIGN_ONLY = {"lastX", "shownAt", "m_curIndex"}
+
 
 def unobservable(path, function, original, changed):
     """Why the change cannot be seen, or None."""
@@ -156,6 +152,9 @@ def unobservable(path, function, original, changed):
         return "a field width of 1 for a number that is never shorter"
     if re.sub(r", 1\) / (kCoarseUs|kFineUs)", r", 0) / \1", changed) == original != changed:
         return "a time clamped at 1 us instead of 0 before its division into buckets"
+    marker = re.match(r"\s*(?:qint64 )?(\w+) = -1;$", original)
+    if marker and marker.group(1) in SIGN_ONLY and changed.strip() == original.strip()[:-2] + "2;":
+        return "a \"none yet\" mark of -2 instead of -1, where only the sign is read"
     buffer = re.match(r"\s*char \w+\[(\d+)\];$", original)
     if buffer and changed.strip() == original.strip().replace("[%s]" % buffer.group(1), "[%d]" % (int(buffer.group(1)) + 1)):
         return "a character buffer, already larger than what it holds, a byte larger"

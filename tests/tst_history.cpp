@@ -29,6 +29,13 @@ namespace {
 
 constexpr quint32 kPeriod = 1 << 20; // 1 MiB between samples keeps a day to 3e7 steps
 constexpr int kSteps = 100;
+
+// The run history window's summary of the run, as HTML.
+QString summaryOf(const QWidget* window)
+{
+    return window->findChild<QLabel*>(QStringLiteral("summary"))->text();
+}
+
 // Noon on the panel's clock, which runs from midnight and follows the time of day only while
 // a camera measures: a test run just after midnight draws the same.
 constexpr qint64 kNoonUs = 43200LL * 1000000;
@@ -347,9 +354,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(plot.graphCount() + plot.itemCount(), 0);
     // The window sums up each counter's increase.
     CxRunHistoryDlg window(QStringLiteral("Counting camera"), &history);
-    QVERIFY(window.findChild<QLabel*>(QStringLiteral("summary"))
-                ->text()
-                .contains(QStringLiteral("<td>API skip</td><td>&nbsp;&nbsp;3</td>")));
+    QVERIFY(summaryOf(&window).contains(QStringLiteral("<td>API skip</td><td>&nbsp;&nbsp;3</td>")));
     // A new run's first record is its baseline, not an increase over the last run's. Started
     // before midnight, its first frame came 500.999 ms after it: shown as the whole milliseconds
     // gone, 00:00:00.500.
@@ -362,9 +367,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     history.buckets(0, 10LL * 1000000, &starts, nullptr, &increases);
     QCOMPARE(increases.value(0).increase[1], 0u); // nothing of the last run's 3
     QMetaObject::invokeMethod(&window, "refresh");
-    QVERIFY(window.findChild<QLabel*>(QStringLiteral("summary"))
-                ->text()
-                .contains(QStringLiteral("00:00:00.500")));
+    QVERIFY(summaryOf(&window).contains(QStringLiteral("00:00:00.500")));
     // A counter rising with every frame: the memory the history reports holds the records of
     // all 128 snapshots it keeps, and of its events it lists the first 100000, counting all.
     history.begin(true, kPeriod, 300, 8 << 20);
@@ -390,9 +393,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(afterJump.back().event.count, quint64(50));
     QCOMPARE(history.events().size(), CxRunHistory::kMaxEvents);
     QMetaObject::invokeMethod(&window, "refresh");
-    QVERIFY(window.findChild<QLabel*>(QStringLiteral("summary"))
-                ->text()
-                .contains(QStringLiteral("100002 (the first 100000 listed)")));
+    QVERIFY(summaryOf(&window).contains(QStringLiteral("100002 (the first 100000 listed)")));
     // The window names the first counter too.
     QCOMPARE(window.findChild<QTableWidget*>(QStringLiteral("events"))->item(0, 2)->text(),
              QStringLiteral("Transport skip"));
@@ -536,7 +537,7 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     auto* window = form.findChild<CxRunHistoryDlg*>();
     QVERIFY(window && QTest::qWaitForWindowExposed(window));
     const CxRunHistory::SxTotals totals = line->history.totals();
-    const QString summary = window->findChild<QLabel*>(QStringLiteral("summary"))->text();
+    const QString summary = summaryOf(window);
     QStringList facts;
     for (const QRegularExpressionMatch& fact :
          QRegularExpression(QStringLiteral("<tr><td>(.*?)</td>")).globalMatch(summary))
@@ -587,7 +588,7 @@ void TestHistory::runHistoryWindowShowsTheRunZoomsAndReadsItsLog()
     old.findChild<QPushButton*>(QStringLiteral("btnOpenLog"))->click();
     QCOMPARE(old.eventRows(), 3);
     QVERIFY(old.windowTitle().contains(QStringLiteral("Test camera (WINDOW)")));
-    QCOMPARE(old.findChild<QLabel*>(QStringLiteral("summary"))->text(),
+    QCOMPARE(summaryOf(&old),
              QString(summary).remove(QRegularExpression(QStringLiteral("<tr><td>Start</td>.*?</tr>"))));
     // Its events are of another session: a double-click has no place on the graph to show.
     QSignalSpy zooms(&old, &CxRunHistoryDlg::zoomRequested);
