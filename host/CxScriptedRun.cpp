@@ -2,6 +2,7 @@
 
 #include "CxCameraManager.h"
 #include "CxDarkTheme.h"
+#include "ksCamera/CxCameraRegistry.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -10,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QImageWriter>
 #include <QJsonDocument>
@@ -23,6 +25,7 @@
 #include <QTableWidget>
 #include <QToolButton>
 #include <cmath>
+#include <cstring>
 #include <cstdio>
 #include <limits>
 #include <qcustomplot.h>
@@ -48,6 +51,20 @@ enum : int
 QString fileNameOf(QString name)
 {
     return name.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
+}
+
+// A start failure names its camera but not why it failed; a camera that said why is added.
+QString withRefusals(const QString& text)
+{
+    CxCameraManager* manager = CxCameraManager::instance();
+    for (KSCORE_HANDLE hCam : manager->openedCameras()) {
+        std::shared_ptr<IxCamera> camera = CxCameraRegistry::camera(hCam);
+        const QString refusal = camera ? camera->lastRefusal() : QString();
+        const QString name = camera ? camera->description().modelName : QString();
+        if (!refusal.isEmpty() && !name.isEmpty() && text.contains(name))
+            return QStringLiteral("%1 (%2: %3)").arg(text, manager->cameraId(hCam), refusal);
+    }
+    return text;
 }
 
 int leadingInt(const QString& text, bool* ok)
@@ -86,15 +103,18 @@ void CxScriptedRun::answerDialogs()
     // where to write.
     if (auto* box = qobject_cast<QMessageBox*>(modal)) {
         const QString text = QStringLiteral("%1: %2").arg(box->windowTitle(), box->text().simplified());
-        fprintf(stderr, "%s\n", qPrintable(text));
         m_dialogs.append(text);
+        const bool failure = box->icon() == QMessageBox::Critical || box->icon() == QMessageBox::Warning;
+        // A failure is told once, with the others, as the run ends.
+        if (!failure)
+            fprintf(stderr, "%s\n", qPrintable(text));
         // Clicked rather than done(): the static QMessageBox functions report the button.
         if (QAbstractButton* yes = box->button(QMessageBox::Yes)) {
             yes->click();
             return;
         }
-        if (box->icon() == QMessageBox::Critical || box->icon() == QMessageBox::Warning)
-            m_failures.append(text);
+        if (failure)
+            m_failures.append(withRefusals(text));
         if (QAbstractButton* ok = box->button(QMessageBox::Ok))
             ok->click();
         else
@@ -192,6 +212,15 @@ void CxScriptedRun::start()
         return;
     }
     m_elapsed.start();
+    // Nothing to wait for when no camera measures: the refusals are the result.
+    bool measuring = false;
+    for (const SxCameraRun& camera : cameraRuns())
+        measuring = measuring || camera.run.value(QStringLiteral("measuring")).toBool();
+    if (!measuring) {
+        m_failures.append(QStringLiteral("no camera measures"));
+        QTimer::singleShot(0, this, &CxScriptedRun::stopAndReport);
+        return;
+    }
     m_progressTimer.start();
     // Halfway, a picture of the panel while it measures.
     QTimer::singleShot(int(m_options.durationSeconds * 500.0), Qt::PreciseTimer, this,
@@ -203,33 +232,123 @@ void CxScriptedRun::start()
 
 void CxScriptedRun::showProgress()
 {
-    QTableWidget* table = panelTable();
     QString line = QStringLiteral("measuring %1 of %2 s")
                        .arg(qMin(m_elapsed.elapsed() / 1000.0, m_options.durationSeconds), 0, 'f', 1)
                        .arg(m_options.durationSeconds, 0, 'f', 1);
-    for (int row = 0; table && row < table->rowCount(); ++row) {
-        const QTableWidgetItem* name = table->item(row, colCamera);
-        if (!name)
-            continue;
-        const QTableWidgetItem* avg = table->item(row, m_options.acquisitionMode ? colFirstCounter : colAvg);
-        const QString value = avg && !avg->text().isEmpty() ? avg->text() : QStringLiteral("-");
-        line += m_options.acquisitionMode ? QStringLiteral(" | %1: %2 frames").arg(name->text(), value)
-                                          : QStringLiteral(" | %1: %2 MB/s").arg(name->text(), value);
+    for (const SxCameraRun& camera : cameraRuns()) {
+        const QVariantMap& run = camera.run;
+        QString state;
+        if (run.contains(QStringLiteral("cameraLostAtSeconds")))
+            state = QStringLiteral("stopped answering at %1 s")
+                        .arg(run.value(QStringLiteral("cameraLostAtSeconds")).toDouble(), 0, 'f', 1);
+        else if (run.value(QStringLiteral("delivered")).toULongLong() == 0)
+            state = QStringLiteral("no image yet");
+        else if (m_options.acquisitionMode)
+            state = QStringLiteral("%1 frames, %2 frames/s")
+                        .arg(run.value(QStringLiteral("delivered")).toULongLong())
+                        .arg(run.value(QStringLiteral("deliveredFrameRate")).toDouble(), 0, 'f', 1);
+        else
+            state = QStringLiteral("%1 MB/s delivered, link %2 MB/s")
+                        .arg(run.value(QStringLiteral("deliveredRate")).toDouble(), 0, 'f', 0)
+                        .arg(run.value(QStringLiteral("linkAverage")).toDouble(), 0, 'f', 0);
+        line += QStringLiteral(" | %1: %2").arg(camera.name, state);
     }
     if (m_tty)
         fprintf(stdout, "\r\033[K%s", qPrintable(line));
     else
         fprintf(stdout, "%s\n", qPrintable(line));
     fflush(stdout);
+    if (!m_stopping && checkCameras())
+        stopAndReport();
+}
+
+QList<CxScriptedRun::SxCameraRun> CxScriptedRun::cameraRuns() const
+{
+    QList<SxCameraRun> cameras;
+    QTableWidget* table = panelTable();
+    for (int row = 0; table && row < table->rowCount(); ++row) {
+        const QTableWidgetItem* name = table->item(row, colCamera);
+        if (!name)
+            continue;
+        SxCameraRun camera;
+        camera.hCam = quintptr(name->data(Qt::UserRole).toULongLong());
+        camera.name = name->text();
+        camera.id = CxCameraManager::instance()->cameraId(reinterpret_cast<KSCORE_HANDLE>(camera.hCam));
+        QMetaObject::invokeMethod(panel(), "runOf", Q_RETURN_ARG(QVariantMap, camera.run),
+                                  Q_ARG(qulonglong, qulonglong(camera.hCam)));
+        cameras.append(camera);
+    }
+    return cameras;
+}
+
+QString CxScriptedRun::describe(const SxCameraRun& camera) const
+{
+    return camera.id.isEmpty() ? camera.name : QStringLiteral("%1 (%2)").arg(camera.name, camera.id);
+}
+
+bool CxScriptedRun::checkCameras()
+{
+    bool failed = false;
+    for (const SxCameraRun& camera : cameraRuns()) {
+        const QVariantMap& run = camera.run;
+        if (m_reported.contains(camera.hCam))
+            continue;
+        if (run.contains(QStringLiteral("cameraLostAtSeconds"))) {
+            m_failures.append(QStringLiteral("%1: the camera stopped answering at %2 s")
+                                  .arg(describe(camera))
+                                  .arg(run.value(QStringLiteral("cameraLostAtSeconds")).toDouble(), 0, 'f', 1));
+            failed = true;
+            m_reported.insert(camera.hCam);
+        } else if (run.contains(QStringLiteral("silentFromSeconds"))) {
+            const QString waiting = run.value(QStringLiteral("waitingFor")).toString();
+            m_failures.append(
+                QStringLiteral("%1: no image for %2 s from %3 s on%4")
+                    .arg(describe(camera))
+                    .arg(run.value(QStringLiteral("silentForSeconds")).toDouble(), 0, 'f', 1)
+                    .arg(run.value(QStringLiteral("silentFromSeconds")).toDouble(), 0, 'f', 1)
+                    .arg(waiting.isEmpty() ? QString() : QStringLiteral(": ") + waiting));
+            failed = true;
+            m_reported.insert(camera.hCam);
+        }
+    }
+    return failed;
+}
+
+void CxScriptedRun::checkDeliveries()
+{
+    for (const SxCameraRun& camera : cameraRuns()) {
+        const QVariantMap& run = camera.run;
+        if (run.value(QStringLiteral("delivered")).toULongLong() > 0 ||
+            !run.contains(QStringLiteral("measuredSeconds")) || m_reported.contains(camera.hCam))
+            continue;
+        m_reported.insert(camera.hCam);
+        KS_TRANSPORT_INFO info;
+        std::memset(&info, 0, sizeof(info));
+        info.size = sizeof(info);
+        info.request = KS_TI_WAITING;
+        const KSCORE_HANDLE hCam = reinterpret_cast<KSCORE_HANDLE>(camera.hCam);
+        const bool waiting = ksApi_GetTransportInfo(hCam, &info) && (info.flags & KS_TI_WAITING);
+        m_failures.append(QStringLiteral("%1: no image in the %2 s it measured%3")
+                              .arg(describe(camera))
+                              .arg(run.value(QStringLiteral("measuredSeconds")).toDouble(), 0, 'f', 1)
+                              .arg(waiting ? QStringLiteral(": ") + QString::fromUtf8(info.waitingFor) : QString()));
+    }
 }
 
 void CxScriptedRun::stopAndReport()
 {
+    if (m_stopping)
+        return;
+    m_stopping = true;
     m_progressTimer.stop();
     showProgress();
     if (m_tty)
         fprintf(stdout, "\n");
-    if (!clickPanelButton("btnStartAll")) {
+    checkCameras();
+    checkDeliveries();
+    // After a failed start the panel rolled back to "Start All", which must not start again.
+    auto* startAll = panel()->findChild<QAbstractButton*>(QStringLiteral("btnStartAll"));
+    if (startAll && startAll->text() == QLatin1String("Stop All") && !clickPanelButton("btnStartAll")) {
         fail(QStringLiteral("\"Stop All\" could not be pressed"));
         return;
     }
@@ -344,8 +463,11 @@ void CxScriptedRun::exportCsvReports()
             QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
             return true;
         });
+        QFile::remove(path);
         button->click();
-        fprintf(stdout, "CSV report: %s\n", qPrintable(path));
+        // Only a report that was written is named; a camera without frames has none.
+        if (QFileInfo(path).size() > 0)
+            fprintf(stdout, "CSV report: %s\n", qPrintable(path));
     }
     showUpToNewestSample(kShownSeconds);
 }

@@ -10,8 +10,10 @@
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QObject>
+#include <QSet>
 #include <QString>
 #include <QTimer>
+#include <QVariantMap>
 #include <deque>
 #include <functional>
 
@@ -58,6 +60,22 @@ private:
     // A picture of each camera's run history window next to its other results.
     void saveRunHistories();
     void fail(const QString& message);
+    // What the panel's engine and history say of each camera's run, by its row.
+    struct SxCameraRun
+    {
+        quintptr hCam = 0;
+        QString name;
+        QString id;
+        QVariantMap run;
+    };
+    QList<SxCameraRun> cameraRuns() const;
+    QString describe(const SxCameraRun& camera) const;
+    // A camera that stopped answering or went silent fails the run; true when one did.
+    bool checkCameras();
+    // A camera that delivered nothing in the whole run, with what it waits for.
+    void checkDeliveries();
+    bool m_stopping = false;
+    QSet<quintptr> m_reported; // cameras whose failure is told
     void exportCsvReports();
     QJsonArray summarise() const;
     void printSummary(const QJsonArray& cameras) const;

@@ -429,6 +429,15 @@ private:
     quint64 m_count = 0;
 };
 
+KS_TRANSPORT_INFO transportInfo(quint32 parts)
+{
+    KS_TRANSPORT_INFO info;
+    std::memset(&info, 0, sizeof(info));
+    info.size = sizeof(info);
+    info.request = parts;
+    return info;
+}
+
 bool getParam(KSCORE_HANDLE hCam, const char* name, int& value)
 {
     return ksApi_GetParamInt(hCam, name, value, nullptr);
@@ -701,6 +710,17 @@ bool CxCameraLineData::startMeasurement(unsigned int period, int capacity)
     }
     history.begin(measureMode == MeasureModeStandardAcquisition, samplePeriod, requiredThroughput,
                   cameraBufferSize, dipThreshold);
+    // What the camera is set to send: the row's required throughput, or in the acquisition mode
+    // what its frame rate makes of its frames.
+    if (measureMode == MeasureModeDataThroughput) {
+        history.setAsked(double(requiredThroughput));
+    } else {
+        KS_TRANSPORT_INFO info = transportInfo(KS_TI_FRAME_RATE);
+        if (ksApi_GetTransportInfo(hCam, &info) && (info.flags & KS_TI_FRAME_RATE))
+            history.setAsked(info.frameRate * double(info.payloadBytes) / 1e6, info.frameRate);
+    }
+    m_streamStats = true;
+    m_nextStreamPollUs = 0;
     QString logError;
     if (!runLogPath.isEmpty() && !history.openLog(runLogPath, cameraName, &logError))
         logCritical(kSource, kLineStart, kStartPrefix,
@@ -726,6 +746,7 @@ bool CxCameraLineData::stopMeasurement()
         delete acquisitionThread;
         acquisitionThread = nullptr;
     }
+    pollStream(true);
     history.finish();
     history.writeLogLine();
     history.openLog(QString(), QString());
@@ -765,7 +786,41 @@ bool CxCameraLineData::captureImage(KS_IMG* image)
 {
     std::memset(image, 0, sizeof(KS_IMG));
     image->size = sizeof(KS_IMG);
-    return ksApi_GetImage(hCam, captureTimeoutMs, image, nullptr, true) && image->data;
+    const bool captured = ksApi_GetImage(hCam, captureTimeoutMs, image, nullptr, true) && image->data;
+    noteCapture(captured ? image : nullptr);
+    return captured;
+}
+
+void CxCameraLineData::noteCapture(const KS_IMG* image)
+{
+    const qint64 now = history.hostUs();
+    if (image) {
+        const quint64 bytes = image->dataSize > 0 ? image->dataSize
+                                                  : quint64(image->width) * image->height *
+                                                        std::max<quint32>(image->bytesPerPixel, 2u);
+        history.noteArrival(now, image->frameNumber, bytes);
+    } else if (history.noteNoImage(now)) {
+        KS_TRANSPORT_INFO info = transportInfo(KS_TI_WAITING);
+        if (ksApi_GetTransportInfo(hCam, &info) && (info.flags & KS_TI_WAITING))
+            history.setWaitingFor(QString::fromUtf8(info.waitingFor));
+    }
+    pollStream(false);
+}
+
+void CxCameraLineData::pollStream(bool now)
+{
+    const qint64 hostNow = history.hostUs();
+    if (!m_streamStats || (!now && hostNow < m_nextStreamPollUs))
+        return;
+    m_nextStreamPollUs = hostNow + 1000000;
+    KS_TRANSPORT_INFO info = transportInfo(KS_TI_STREAM);
+    // A camera without them says so once; it is not asked again this run.
+    m_streamStats = ksApi_GetTransportInfo(hCam, &info) && (info.flags & KS_TI_STREAM);
+    if (m_streamStats) {
+        quint64 values[CxRunHistory::kStreamStats];
+        std::copy(info.stream, info.stream + CxRunHistory::kStreamStats, values);
+        history.noteStream(hostNow, values);
+    }
 }
 
 void CxCameraLineData::runMeasureLoopThrougput()

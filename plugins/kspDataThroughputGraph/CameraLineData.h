@@ -237,6 +237,13 @@ private:
     void resetFrameTimes();
     void addFrameTime(double microseconds);
     bool captureImage(KS_IMG* image);
+    // What the worker tells the history of each capture besides the frame itself: what
+    // arrived, a silence and what the camera waits for, and once a second the stream's
+    // statistics where the camera keeps them.
+    void noteCapture(const KS_IMG* image);
+    void pollStream(bool now);
+    qint64 m_nextStreamPollUs = 0;
+    bool m_streamStats = false;
     // True when no point of the graph can fall inside the frame, so that its summary serves.
     bool wholeFrameInOneBin(CxFrameData* frame, const QCPRange* timeRange, long long start, long long end,
                             double lastX, double minGap);

@@ -831,10 +831,43 @@ QVariantMap CxDataGraphForm::runOf(qulonglong hCam)
         run.insert(QStringLiteral("highestLevel"), t.highestLevel);
         run.insert(QStringLiteral("highestLevelAtSeconds"), double(t.highestLevelAtUs) / 1e6);
         run.insert(QStringLiteral("overflows"), t.overflows);
-        run.insert(QStringLiteral("headroom"), verdict.headroom);
+        if (verdict.headroom > 0.0)
+            run.insert(QStringLiteral("headroom"), verdict.headroom);
         if (verdict.bufferLastsSeconds >= 0.0)
             run.insert(QStringLiteral("bufferLastsSeconds"), verdict.bufferLastsSeconds);
     }
+    run.insert(QStringLiteral("delivered"), t.delivered);
+    run.insert(QStringLiteral("deliveredBytes"), t.deliveredBytes);
+    run.insert(QStringLiteral("deliveredRate"), t.deliveredRate());
+    run.insert(QStringLiteral("deliveredFrameRate"), t.deliveredFrameRate());
+    run.insert(QStringLiteral("framesNotDelivered"), t.lostFrames);
+    if (t.askedRate() > 0.0) {
+        run.insert(QStringLiteral("setRate"), t.askedRate());
+        run.insert(QStringLiteral("setFrameRate"), t.askedFrameRate());
+    }
+    const bool measuring = line->isMeasurementRunning();
+    run.insert(QStringLiteral("measuring"), measuring);
+    if (measuring || t.hostDurationUs > 0)
+        run.insert(QStringLiteral("measuredSeconds"),
+                   double(measuring ? line->history.hostUs() : t.hostDurationUs) / 1e6);
+    if (t.lostAtUs >= 0)
+        run.insert(QStringLiteral("cameraLostAtSeconds"), double(t.lostAtUs) / 1e6);
+    if (t.silentAtUs >= 0) {
+        run.insert(QStringLiteral("silentFromSeconds"), double(t.silentAtUs) / 1e6);
+        run.insert(QStringLiteral("silentForSeconds"), double(t.silentForUs) / 1e6);
+    }
+    if (!t.waitingFor.isEmpty())
+        run.insert(QStringLiteral("waitingFor"), t.waitingFor);
+    if (t.hasStream) {
+        static const char* const names[CxRunHistory::kStreamStats] = {
+            "missingPackets", "resendRequests", "resentPackets", "underruns", "failures", "timeouts",
+            "transferredBytes"};
+        QVariantMap stream;
+        for (int k = 0; k < CxRunHistory::kStreamStats; ++k)
+            stream.insert(QLatin1String(names[k]), t.stream[k]);
+        run.insert(QStringLiteral("stream"), stream);
+    }
+    run.insert(QStringLiteral("fallsBehind"), verdict.fallsBehind);
     run.insert(QStringLiteral("upperRatePerHour95"), verdict.upperPerHour);
     run.insert(QStringLiteral("verdict"), verdict.text);
     return run;
@@ -863,9 +896,31 @@ void CxDataGraphForm::prepareRunLog(CxCameraLineData* line, const QString& folde
 
 void CxDataGraphForm::writeRunLogs()
 {
-    for (CxCameraLineData* line : std::as_const(cameraLines))
-        if (line->isMeasurementRunning())
-            line->history.writeLogLine();
+    QList<KSCORE_HANDLE> lost;
+    for (auto it = cameraLines.cbegin(); it != cameraLines.cend(); ++it) {
+        CxCameraLineData* line = it.value();
+        if (!line->isMeasurementRunning())
+            continue;
+        // A camera that stopped answering ends its run there, in its history and on the panel.
+        if (!CxCameraManager::instance()->isCameraConnected(it.key())) {
+            line->history.noteLost(line->history.hostUs());
+            lost.append(it.key());
+        }
+        line->history.writeLogLine();
+    }
+    for (KSCORE_HANDLE hCam : std::as_const(lost))
+        stopLostCamera(hCam);
+}
+
+void CxDataGraphForm::stopLostCamera(KSCORE_HANDLE hCam)
+{
+    CxCameraLineData* line = cameraLines.value(hCam);
+    if (!line || !line->stopMeasurement())
+        return;
+    IxAppDelegate::instance()->setCameraControlEnabled(hCam, true);
+    UpdateMeasureButtonText(hCam, QStringLiteral("Start"));
+    DisableUiForMeasurement(hCam, false);
+    updateCameraListRow(hCam);
 }
 
 CxHistoryPlot::SxView CxDataGraphForm::historyView(CxCameraLineData* line, QCPAxisRect* rect)

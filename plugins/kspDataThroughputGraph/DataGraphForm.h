@@ -209,6 +209,8 @@ private:
     void prepareRunLog(CxCameraLineData* line, const QString& folder);
     CxHistoryPlot::SxView historyView(CxCameraLineData* line, QCPAxisRect* rect);
     void showHistoryMenu(KSCORE_HANDLE hCam, const QPoint& globalPos);
+    // Ends the run of a camera that stopped answering as Stop would.
+    void stopLostCamera(KSCORE_HANDLE hCam);
     QString runFolder;
     QTimer runLogTimer;
     QMap<KSCORE_HANDLE, QPointer<CxRunHistoryDlg>> historyWindows;

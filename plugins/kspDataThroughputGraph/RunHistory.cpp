@@ -13,7 +13,14 @@
 
 namespace {
 
-const char* const kEventKindNames[] = {"dip", "overflow", "counter"};
+const char* const kEventKindNames[] = {"dip", "overflow", "counter", "camera lost", "no image", "stream"};
+const char* const kStreamStatNames[CxRunHistory::kStreamStats] = {
+    QT_TRANSLATE_NOOP("CxRunHistory", "missing packets"), QT_TRANSLATE_NOOP("CxRunHistory", "resend requests"),
+    QT_TRANSLATE_NOOP("CxRunHistory", "resent packets"),  QT_TRANSLATE_NOOP("CxRunHistory", "underruns"),
+    QT_TRANSLATE_NOOP("CxRunHistory", "failures"),        QT_TRANSLATE_NOOP("CxRunHistory", "timeouts"),
+    QT_TRANSLATE_NOOP("CxRunHistory", "transferred bytes")};
+// The stream statistics whose bursts are events, and the slot of each in m_openStream.
+constexpr int kBurstStats[2] = {CxRunHistory::StreamMissingPackets, CxRunHistory::StreamUnderruns};
 
 // How bad an event is, for the choice of snapshots: lower is worse. Overflows come first,
 // then dips by how far below the threshold they went.
@@ -72,6 +79,15 @@ void CxRunHistory::begin(bool acquisition, quint32 samplePeriod, qint32 required
     m_openOverflow = -1;
     m_cur = SxBucket();
     m_curIndex = -1;
+    m_lastFill = 0.0;
+    m_clock.start();
+    m_haveArrival = false;
+    m_openSilence = -1;
+    m_silent = false;
+    m_delivery.clear();
+    m_streamSeconds.clear();
+    m_haveStream = false;
+    m_openStream[0] = m_openStream[1] = -1;
 }
 
 // ---------------------------------------------------------------------------------------
@@ -174,8 +190,10 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
     m_pendingFrame = nullptr;
 
     // Between frames: the link carried about one sample period from the last word of the
-    // previous frame to the first of this one. A stall there is a dip too.
-    if (m_haveLast && frameNumber == m_lastFrame + 1 && samples[0] > m_lastTick && threshold > 0.0) {
+    // previous frame to the first of this one. A stall there is a dip too, but only while the
+    // camera had data waiting: a camera that sends slower than its link idles between frames.
+    if (m_haveLast && frameNumber == m_lastFrame + 1 && samples[0] > m_lastTick && threshold > 0.0 &&
+        m_lastFill > 0.0) {
         const double dtUs = double(samples[0] - m_lastTick) / kTicksPerUs;
         const double speed = period / dtUs;
         if (speed < threshold) {
@@ -235,8 +253,8 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
     const qint64 firstIndex = std::max<qint64>(base + qint64((samples[1] - first) / 250u), 0) / kFineUs;
     const qint64 lastIndex =
         std::max<qint64>(base + qint64((samples[sampleCount - 1] - first) / 250u), 0) / kFineUs;
-    const bool quiet = firstIndex == lastIndex && longestStep <= dipTicks &&
-                       (size <= 0.0 || double(longestStep) * gainPerTick <= period);
+    const bool quiet =
+        firstIndex == lastIndex && longestStep <= dipTicks && double(longestStep) * gainPerTick <= period;
     if (quiet) {
         endDip();
         if (firstIndex != m_curIndex) {
@@ -262,11 +280,12 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
             bucketLongest = std::max(bucketLongest, delta);
             ++bucketSteps;
             bucketTicks += delta;
+            // Without a known buffer size the fill still tells whether data waited.
+            fill += double(delta) * gainPerTick - period;
+            if (fill < 0.0)
+                fill = 0.0;
             if (size > 0.0) {
-                fill += double(delta) * gainPerTick - period;
-                if (fill < 0.0) {
-                    fill = 0.0;
-                } else if (fill > size) {
+                if (fill > size) {
                     fill = size;
                     if (!overflow)
                         overflowAt = i;
@@ -313,6 +332,7 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
         m_totals.highestLevel = level;
         m_totals.highestLevelAtUs = base + qint64((samples[fullestAt] - first) / 250u);
     }
+    m_lastFill = fill;
     // A dip that goes on into the next frame takes its samples from this one now.
     if (m_inDip && m_pendingFrame == samples) {
         m_pending = window(m_dip, samples, sampleCount, m_pendingIndex, base);
@@ -402,9 +422,211 @@ void CxRunHistory::addCounters(quint32 frameNumber, qint64 timestamp, const qint
     m_lastFrame = frameNumber;
 }
 
+// ---------------------------------------------------------------------------------------
+// What arrived (worker thread), and what the GUI thread learns of the camera
+
+qint64 CxRunHistory::hostUs() const
+{
+    return m_clock.isValid() ? m_clock.nsecsElapsed() / 1000 : 0;
+}
+
+// Host time as the run's own time: its first frame arrived about when its first sample was
+// taken.
+qint64 CxRunHistory::runUs(qint64 hostUs) const
+{
+    return std::max<qint64>(hostUs - std::max<qint64>(m_totals.firstArrivalUs, 0), 0);
+}
+
+CxRunHistory::SxDeliverySecond& CxRunHistory::deliverySecond(qint64 hostUs)
+{
+    const size_t index = size_t(std::max<qint64>(hostUs, 0) / kCoarseUs);
+    if (index >= m_delivery.size()) {
+        growByTheHour(m_delivery, index);
+        m_delivery.resize(index + 1);
+    }
+    return m_delivery[index];
+}
+
+void CxRunHistory::setAsked(double rate, double frames)
+{
+    QMutexLocker lock(&mutex);
+    m_totals.setRate = std::max(rate, 0.0);
+    m_totals.setFrames = std::max(frames, 0.0);
+}
+
+void CxRunHistory::noteArrival(qint64 hostUs, quint32 frameNumber, quint64 bytes)
+{
+    QMutexLocker lock(&mutex);
+    SxTotals& t = m_totals;
+    SxDeliverySecond& second = deliverySecond(hostUs);
+    ++second.frames;
+    if (m_haveArrival && frameNumber > m_lastArrivalFrame + 1) {
+        const quint32 skipped = frameNumber - m_lastArrivalFrame - 1;
+        t.lostFrames += skipped;
+        second.lost += skipped;
+    }
+    if (!m_haveArrival) {
+        t.firstArrivalUs = hostUs;
+        t.firstFrameBytes = double(bytes);
+    }
+    if (m_silent) {
+        // The silence ends here: it lasted from the last frame before it to this one.
+        const qint64 since = m_haveArrival ? t.lastArrivalUs : 0;
+        if (m_openSilence >= 0)
+            m_events[m_openSilence].durationUs = hostUs - since;
+        if (t.silentAtUs == since)
+            t.silentForUs = hostUs - since;
+    }
+    m_openSilence = -1;
+    m_silent = false;
+    m_haveArrival = true;
+    m_lastArrivalFrame = frameNumber;
+    ++t.delivered;
+    t.deliveredBytes += double(bytes);
+    t.lastArrivalUs = hostUs;
+    t.hostDurationUs = std::max(t.hostDurationUs, hostUs);
+}
+
+void CxRunHistory::setWaitingFor(const QString& what)
+{
+    QMutexLocker lock(&mutex);
+    m_totals.waitingFor = what;
+}
+
+bool CxRunHistory::noteNoImage(qint64 hostUs)
+{
+    QMutexLocker lock(&mutex);
+    SxTotals& t = m_totals;
+    t.hostDurationUs = std::max(t.hostDurationUs, hostUs);
+    const qint64 since = m_haveArrival ? t.lastArrivalUs : 0;
+    if (hostUs - since < kSilenceUs || t.lostAtUs >= 0)
+        return false;
+    const bool began = !m_silent;
+    if (began) {
+        m_silent = true;
+        if (t.silentAtUs < 0)
+            t.silentAtUs = since;
+        const bool kept = m_events.size() < kMaxEvents;
+        addEvent(SxEvent{EventSilent, -1, m_haveArrival ? runUs(since) : 0, 0, 0.0, 0});
+        m_openSilence = kept ? int(m_events.size()) - 1 : -1;
+    }
+    if (m_openSilence >= 0)
+        m_events[m_openSilence].durationUs = hostUs - since;
+    if (t.silentAtUs == since)
+        t.silentForUs = hostUs - since;
+    return began;
+}
+
+void CxRunHistory::noteLost(qint64 hostUs)
+{
+    QMutexLocker lock(&mutex);
+    SxTotals& t = m_totals;
+    if (t.lostAtUs >= 0)
+        return;
+    t.lostAtUs = m_haveArrival ? t.lastArrivalUs : 0;
+    t.hostDurationUs = std::max(t.hostDurationUs, hostUs);
+    m_openSilence = -1;
+    m_silent = false;
+    addEvent(SxEvent{EventLost, -1, m_haveArrival ? runUs(t.lostAtUs) : 0, hostUs - t.lostAtUs, 0.0, 0});
+}
+
+void CxRunHistory::noteStream(qint64 hostUs, const quint64 values[kStreamStats])
+{
+    QMutexLocker lock(&mutex);
+    SxTotals& t = m_totals;
+    t.hasStream = true;
+    quint64 increase[kStreamStats] = {};
+    if (m_haveStream) {
+        for (int k = 0; k < kStreamStats; ++k)
+            increase[k] = values[k] >= m_lastStream[k] ? values[k] - m_lastStream[k] : 0;
+    } else {
+        // A stream's statistics start with it, at the acquisition's start.
+        std::copy(values, values + kStreamStats, increase);
+    }
+    SxStreamSecond& second = [this, hostUs]() -> SxStreamSecond& {
+        const size_t index = size_t(std::max<qint64>(hostUs, 0) / kCoarseUs);
+        if (index >= m_streamSeconds.size()) {
+            growByTheHour(m_streamSeconds, index);
+            m_streamSeconds.resize(index + 1);
+        }
+        return m_streamSeconds[index];
+    }();
+    for (int k = 0; k < kStreamStats; ++k) {
+        t.stream[k] += increase[k];
+        second.increase[k] += quint32(k == StreamTransferredBytes ? increase[k] / 1000u : increase[k]);
+    }
+    // Reads in a row that each found packets missing, or underruns, are one burst.
+    for (int slot = 0; slot < 2; ++slot) {
+        const int stat = kBurstStats[slot];
+        int& open = m_openStream[slot];
+        if (increase[stat] == 0) {
+            open = -1;
+            continue;
+        }
+        if (open >= 0) {
+            SxEvent& burst = m_events[open];
+            burst.durationUs = runUs(hostUs) - burst.startUs;
+            burst.count += increase[stat];
+            burst.depth = std::max(burst.depth, double(increase[stat]));
+            continue;
+        }
+        const qint64 from = runUs(m_haveStream ? m_lastStreamUs : 0);
+        const bool kept = m_events.size() < kMaxEvents;
+        addEvent(SxEvent{EventStream, qint8(stat), from, runUs(hostUs) - from, double(increase[stat]),
+                         quint64(increase[stat])});
+        open = kept ? int(m_events.size()) - 1 : -1;
+    }
+    std::copy(values, values + kStreamStats, m_lastStream);
+    m_lastStreamUs = hostUs;
+    m_haveStream = true;
+    t.hostDurationUs = std::max(t.hostDurationUs, hostUs);
+}
+
+void CxRunHistory::deliverySeconds(std::vector<SxDeliverySecond>* delivery,
+                                   std::vector<SxStreamSecond>* stream) const
+{
+    QMutexLocker lock(&mutex);
+    if (delivery)
+        *delivery = m_delivery;
+    if (stream)
+        *stream = m_streamSeconds;
+}
+
+double CxRunHistory::SxTotals::deliveredRate() const
+{
+    const qint64 span = lastArrivalUs - firstArrivalUs;
+    return delivered >= 2 && span > 0 ? (deliveredBytes - firstFrameBytes) / double(span) : 0.0;
+}
+
+double CxRunHistory::SxTotals::deliveredFrameRate() const
+{
+    const qint64 span = lastArrivalUs - firstArrivalUs;
+    return delivered >= 2 && span > 0 ? double(delivered - 1) * 1e6 / double(span) : 0.0;
+}
+
+double CxRunHistory::SxTotals::askedRate() const
+{
+    if (setFrames > 0.0 && delivered > 0)
+        return setFrames * deliveredBytes / double(delivered) / 1e6;
+    return setRate;
+}
+
+double CxRunHistory::SxTotals::askedFrameRate() const
+{
+    if (setFrames > 0.0)
+        return setFrames;
+    return delivered > 0 && deliveredBytes > 0.0 ? setRate * 1e6 / (deliveredBytes / double(delivered)) : 0.0;
+}
+
+QString CxRunHistory::streamStatName(int stat)
+{
+    return stat >= 0 && stat < kStreamStats ? tr(kStreamStatNames[stat]) : QString();
+}
+
 void CxRunHistory::finish()
 {
     QMutexLocker lock(&mutex);
+    m_totals.hostDurationUs = std::max(m_totals.hostDurationUs, hostUs());
     endDip();
     closeFineBucket();
 }
@@ -504,7 +726,8 @@ qint64 CxRunHistory::memoryBytes() const
         qint64(m_coarse.capacity() * sizeof(SxBucket) +
                m_coarseCounters.capacity() * sizeof(SxCounterBucket) + m_fine.capacity() * sizeof(SxBucket) +
                m_fineCounters.capacity() * sizeof(SxCounterBucket) +
-               m_fineIndex.capacity() * sizeof(qint64)) +
+               m_fineIndex.capacity() * sizeof(qint64) + m_delivery.capacity() * sizeof(SxDeliverySecond) +
+               m_streamSeconds.capacity() * sizeof(SxStreamSecond)) +
         qint64(m_events.capacity()) * qint64(sizeof(SxEvent));
     for (const SxSnapshot& snapshot : m_snapshots)
         bytes += qint64(sizeof(SxSnapshot) + snapshot.samples.capacity() * sizeof(quint64) +
@@ -549,11 +772,53 @@ QString CxRunHistory::durationText(qint64 us)
     return QStringLiteral("%1 h %2 min").arg(seconds / 3600).arg((seconds % 3600) / 60);
 }
 
+namespace {
+
+QString seconds(qint64 us)
+{
+    return QString::number(double(us) / 1e6, 'f', 1);
+}
+
+// What the camera API handed over against what the camera is set to send.
+QString deliveryLine(const CxRunHistory::SxTotals& t, bool* short_)
+{
+    const double rate = t.deliveredRate();
+    const QString delivered =
+        tr("Delivered %1 MB/s (%2 frames/s)").arg(rate, 0, 'f', 1).arg(t.deliveredFrameRate(), 0, 'f', 1);
+    const double set = t.askedRate();
+    if (set <= 0.0)
+        return tr("%1; what the camera is set to send is not known.").arg(delivered);
+    const QString asked = tr("%1 of the %2 MB/s (%3 frames/s) the camera is set to send")
+                              .arg(delivered)
+                              .arg(set, 0, 'f', 0)
+                              .arg(t.askedFrameRate(), 0, 'f', 1);
+    *short_ = rate < set * (1.0 - CxRunHistory::kRateTolerance);
+    if (!*short_)
+        return asked + QLatin1Char('.');
+    return tr("%1: the link or the host carries %2 % of it.").arg(asked).arg(rate / set * 100.0, 0, 'f', 0);
+}
+
+} // namespace
+
 CxRunHistory::SxVerdict CxRunHistory::verdict(const SxTotals& totals)
 {
     SxVerdict verdict;
+    QStringList lines;
+    if (totals.lostAtUs >= 0)
+        lines << tr("The camera stopped answering at %1 s: the run ended there.").arg(seconds(totals.lostAtUs));
+    if (totals.silentAtUs >= 0)
+        lines << (totals.waitingFor.isEmpty()
+                      ? tr("No image came for %1 s from %2 s on.")
+                            .arg(seconds(totals.silentForUs), seconds(totals.silentAtUs))
+                      : tr("No image came for %1 s from %2 s on: %3.")
+                            .arg(seconds(totals.silentForUs), seconds(totals.silentAtUs), totals.waitingFor));
     if (totals.frames == 0 || totals.durationUs <= 0) {
-        verdict.text = tr("Nothing measured yet.");
+        if (lines.isEmpty())
+            lines << tr("Nothing measured yet.");
+        if (totals.delivered == 0 && totals.hostDurationUs > 0)
+            lines << tr("No image arrived in %1 s.").arg(seconds(totals.hostDurationUs));
+        verdict.fallsBehind = totals.lostAtUs >= 0 || totals.silentAtUs >= 0;
+        verdict.text = lines.join(QLatin1Char('\n'));
         return verdict;
     }
     verdict.hours = double(totals.durationUs) / 3.6e9;
@@ -567,22 +832,52 @@ CxRunHistory::SxVerdict CxRunHistory::verdict(const SxTotals& totals)
     verdict.upperPerHour = upper / verdict.hours;
     const QString what =
         totals.acquisition ? tr("%1 skipped frames, missed triggers and overflows") : tr("%1 overflows");
-    QStringList lines;
     lines << tr("%1 in %2: fewer than %3 per hour at 95 % confidence (%4 / %5 h).")
                  .arg(what.arg(verdict.events), durationText(totals.durationUs))
                  .arg(verdict.upperPerHour, 0, verdict.upperPerHour >= 100.0 ? 'f' : 'g',
                       verdict.upperPerHour >= 100.0 ? 0 : 2)
                  .arg(upper, 0, 'f', 2)
                  .arg(verdict.hours, 0, 'g', 4);
+    bool deliveredShort = false;
+    if (totals.delivered >= 2)
+        lines << deliveryLine(totals, &deliveredShort);
+    if (totals.lostFrames > 0)
+        lines << tr("%1 of the %2 frames the camera sent never arrived (%3 %).")
+                     .arg(totals.lostFrames)
+                     .arg(totals.lostFrames + totals.delivered)
+                     .arg(double(totals.lostFrames) / double(totals.lostFrames + totals.delivered) * 100.0, 0,
+                          'g', 3);
+    if (totals.stream[StreamMissingPackets] > 0)
+        lines << tr("%1 packets went missing on the way; %2 resend requests brought back %3.")
+                     .arg(totals.stream[StreamMissingPackets])
+                     .arg(totals.stream[StreamResendRequests])
+                     .arg(totals.stream[StreamResentPackets]);
+    verdict.fallsBehind =
+        deliveredShort || totals.lostFrames > 0 || totals.lostAtUs >= 0 || totals.silentAtUs >= 0 || verdict.events > 0;
     const double average = totals.linkAverage();
     if (!totals.acquisition && totals.required > 0 && average > 0.0) {
-        verdict.headroom = average / double(totals.required);
-        lines << tr("Link average %1 MB/s against %2 MB/s required: headroom %3 (%1 / %2).")
-                     .arg(average, 0, 'f', 1)
-                     .arg(totals.required)
-                     .arg(verdict.headroom, 0, 'f', 2);
-        if (average < double(totals.required)) {
-            const double deficit = double(totals.required) - average;
+        const double required = double(totals.required);
+        const double delivered = totals.deliveredRate();
+        // Fast inside frames is no headroom when the frames themselves do not come often enough.
+        const bool short_ = average >= required && totals.delivered >= 2 &&
+                            delivered < required * (1.0 - kRateTolerance);
+        const double carried = short_ ? std::min(average, delivered) : average;
+        if (short_) {
+            lines << tr("Link average %1 MB/s inside frames, but %2 MB/s delivered against %3 MB/s "
+                        "required: no headroom.")
+                         .arg(average, 0, 'f', 1)
+                         .arg(delivered, 0, 'f', 1)
+                         .arg(totals.required);
+        } else {
+            verdict.headroom = average / required;
+            lines << tr("Link average %1 MB/s against %2 MB/s required: headroom %3 (%1 / %2).")
+                         .arg(average, 0, 'f', 1)
+                         .arg(totals.required)
+                         .arg(verdict.headroom, 0, 'f', 2);
+        }
+        if (carried < required) {
+            verdict.fallsBehind = true;
+            const double deficit = required - carried;
             verdict.bufferLastsSeconds = double(totals.bufferSize) / (deficit * 1e6);
             lines << tr("The link falls behind by %1 MB/s: the camera's buffer of %2 MB lasts %3 s of "
                         "continuous acquisition (%2 MB / %1 MB/s).")
@@ -619,7 +914,10 @@ bool CxRunHistory::openLog(const QString& path, const QString& cameraName, QStri
             "# dip threshold [MB/s]: %7\n"
             "second,time [s],frames,bytes,link average [MB/s],lowest speed [MB/s],lowest speed at [s],"
             "highest level [%],highest level at [s],overflows,transport skip,API skip,"
-            "missed trg overlap,missed trg overflow,buffer overflow\n"
+            "missed trg overlap,missed trg overflow,buffer overflow,host time [s],delivered frames,"
+            "delivered bytes,delivered [MB/s],delivered [frames/s],lost frames,set rate [MB/s],"
+            "camera lost at [s],silent from [s],silent for [s],missing packets,resend requests,"
+            "resent packets,underruns,stream failures,stream timeouts,stream bytes\n"
             "event,start [s],duration [s],kind,depth,count\n")
             .arg(cameraName, QDateTime::currentDateTime().toString(Qt::ISODate),
                  m_totals.acquisition ? QStringLiteral("acquisition") : QStringLiteral("throughput"))
@@ -651,14 +949,30 @@ void CxRunHistory::writeLogLine()
                        .arg(t.overflows);
     for (quint64 increase : t.counterIncrease)
         text += QLatin1Char(',') + QString::number(increase);
+    auto optionalSeconds = [](qint64 us) {
+        return us >= 0 ? QString::number(double(us) / 1e6, 'f', 3) : QString();
+    };
+    text += QStringLiteral(",%1,%2,%3,%4,%5,%6,%7,%8,%9")
+                .arg(double(t.hostDurationUs) / 1e6, 0, 'f', 3)
+                .arg(t.delivered)
+                .arg(t.deliveredBytes, 0, 'f', 0)
+                .arg(t.deliveredRate(), 0, 'f', 3)
+                .arg(t.deliveredFrameRate(), 0, 'f', 3)
+                .arg(t.lostFrames)
+                .arg(t.askedRate(), 0, 'f', 3)
+                .arg(optionalSeconds(t.lostAtUs), optionalSeconds(t.silentAtUs));
+    text += QLatin1Char(',') + (t.silentAtUs >= 0 ? optionalSeconds(t.silentForUs) : QString());
+    for (quint64 value : t.stream)
+        text += QLatin1Char(',') + (t.hasStream ? QString::number(value) : QString());
     text += QLatin1Char('\n');
     for (; m_eventsLogged < m_events.size(); ++m_eventsLogged) {
         const SxEvent& e = m_events[m_eventsLogged];
         text += QStringLiteral("event,%1,%2,%3,%4,%5\n")
                     .arg(double(e.startUs) / 1e6, 0, 'f', 6)
                     .arg(double(e.durationUs) / 1e6, 0, 'f', 6)
-                    .arg(e.kind == EventCounter ? QStringLiteral("counter %1").arg(e.counter)
-                                                : QLatin1String(kEventKindNames[e.kind]))
+                    .arg(e.kind == EventCounter  ? QStringLiteral("counter %1").arg(e.counter)
+                         : e.kind == EventStream ? QLatin1String(kStreamStatNames[qBound(0, int(e.counter), kStreamStats - 1)])
+                                                 : QLatin1String(kEventKindNames[e.kind]))
                     .arg(e.depth, 0, 'g', 8)
                     .arg(e.count);
     }
@@ -666,6 +980,42 @@ void CxRunHistory::writeLogLine()
     m_log->write(text.toUtf8());
     m_log->flush();
 }
+
+namespace {
+
+constexpr int kLogSecondFields = 32;
+
+// The columns after the counters of a log's "second" line.
+void readDelivery(const QList<QByteArray>& f, CxRunHistory::SxTotals* t)
+{
+    auto number = [&f](int i) { return QString::fromUtf8(f[i]).trimmed(); };
+    auto optionalUs = [&number](int i) {
+        const QString text = number(i);
+        return text.isEmpty() ? qint64(-1) : qint64(text.toDouble() * 1e6);
+    };
+    t->hostDurationUs = qint64(number(15).toDouble() * 1e6);
+    t->delivered = number(16).toULongLong();
+    t->deliveredBytes = number(17).toDouble();
+    // The rates come back through the span they were measured over.
+    const double rate = number(18).toDouble();
+    const double frameRate = number(19).toDouble();
+    if (frameRate > 0.0 && t->delivered >= 2) {
+        const double span = double(t->delivered - 1) * 1e6 / frameRate;
+        t->firstArrivalUs = 0;
+        t->lastArrivalUs = qint64(span + 0.5);
+        t->firstFrameBytes = t->deliveredBytes - rate * span;
+    }
+    t->lostFrames = number(20).toULongLong();
+    t->setRate = number(21).toDouble();
+    t->lostAtUs = optionalUs(22);
+    t->silentAtUs = optionalUs(23);
+    t->silentForUs = std::max<qint64>(optionalUs(24), 0);
+    t->hasStream = !number(25).isEmpty();
+    for (int k = 0; k < CxRunHistory::kStreamStats; ++k)
+        t->stream[k] = number(25 + k).toULongLong();
+}
+
+} // namespace
 
 bool CxRunHistory::readLog(const QString& path, SxTotals* totals, QVector<SxEvent>* events,
                            QString* cameraName, QString* error)
@@ -700,7 +1050,7 @@ bool CxRunHistory::readLog(const QString& path, SxTotals* totals, QVector<SxEven
             totals->bufferSize = header("# camera buffer size [B]: ").toInt();
         } else if (line.startsWith("# dip threshold [MB/s]: ")) {
             totals->dipThreshold = header("# dip threshold [MB/s]: ").toDouble();
-        } else if (f.size() == 15 && f[0] == "second" && f[1] != "time [s]") {
+        } else if ((f.size() == 15 || f.size() == kLogSecondFields) && f[0] == "second" && f[1] != "time [s]") {
             totals->durationUs = qint64(text(1).toDouble() * 1e6);
             totals->frames = text(2).toULongLong();
             totals->bytes = text(3).toDouble();
@@ -714,15 +1064,23 @@ bool CxRunHistory::readLog(const QString& path, SxTotals* totals, QVector<SxEven
             for (int k = 0; k < kCounters; ++k)
                 totals->counterIncrease[k] = text(10 + k).toULongLong();
             totals->startOfDayUs = 0;
+            if (f.size() == kLogSecondFields)
+                readDelivery(f, totals);
             sawLine = true;
         } else if (f.size() == 6 && f[0] == "event" && f[1] != "start [s]") {
             SxEvent e;
             e.startUs = qint64(text(1).toDouble() * 1e6);
             e.durationUs = qint64(text(2).toDouble() * 1e6);
             const QString kind = text(3);
-            e.kind = kind == QLatin1String("dip")        ? EventDip
-                     : kind == QLatin1String("overflow") ? EventOverflow
-                                                         : EventCounter;
+            e.kind = EventCounter;
+            for (int k = 0; k < int(sizeof(kEventKindNames) / sizeof(*kEventKindNames)); ++k)
+                if (kind == QLatin1String(kEventKindNames[k]))
+                    e.kind = ExEventKind(k);
+            for (int k = 0; k < kStreamStats; ++k)
+                if (kind == QLatin1String(kStreamStatNames[k])) {
+                    e.kind = EventStream;
+                    e.counter = qint8(k);
+                }
             if (e.kind == EventCounter)
                 e.counter = qint8(kind.section(QLatin1Char(' '), 1).toInt());
             e.depth = text(4).toDouble();

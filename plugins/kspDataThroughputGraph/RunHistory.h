@@ -11,11 +11,19 @@
 //   so that they can be looked at sample by sample long after the store moved on.
 // - Totals, exact: frames, bytes over link time, the lowest speed and the highest level and
 //   when they happened.
+// - What arrived, on the host's clock: frames and bytes handed over by the camera API, the
+//   frame numbers that never came, and what the camera is set to send; per second too. The
+//   link average says how fast a frame crossed the link once it was on its way; only these
+//   say whether the camera's data got here at all.
+// - Whether the camera went silent or stopped answering, and the statistics of a GigE Vision
+//   stream (missing and resent packets, underruns), with their bursts as events.
 //
-// Times are microseconds after the run's first sample (64-bit, so nothing wraps). The worker
-// writes, the GUI thread reads; `mutex` guards everything.
+// Times are microseconds after the run's first sample (64-bit, so nothing wraps); host times
+// are microseconds after begin(). The worker writes, the GUI thread reads; `mutex` guards
+// everything.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QMutex>
 #include <QString>
 #include <QVector>
@@ -35,12 +43,31 @@ public:
     static constexpr int kMaxSnapshots = 128;
     static constexpr int kSnapshotSamples = 4096; // around an event's start
     static constexpr int kCounters = 5;           // transport skip, API skip, overlap, overflow x2
+    // A GigE Vision stream's statistics, in this order; the last in bytes.
+    static constexpr int kStreamStats = 7;
+    enum ExStreamStat : int
+    {
+        StreamMissingPackets,
+        StreamResendRequests,
+        StreamResentPackets,
+        StreamUnderruns,
+        StreamFailures,
+        StreamTimeouts,
+        StreamTransferredBytes,
+    };
+    // No image for this long is a failure of the run.
+    static constexpr qint64 kSilenceUs = 10000000;
+    // A delivered rate this far below the one asked for is short of it; closer is measurement.
+    static constexpr double kRateTolerance = 0.02;
 
     enum ExEventKind : quint8
     {
         EventDip,
         EventOverflow,
         EventCounter,
+        EventLost,   // the camera stopped answering; starts at its last frame
+        EventSilent, // no image for kSilenceUs or more
+        EventStream, // seconds in a row with missing packets or underruns; `counter` says which
     };
 
     struct SxBucket
@@ -68,7 +95,7 @@ public:
     struct SxEvent
     {
         ExEventKind kind = EventDip;
-        qint8 counter = -1; // EventCounter: 0..4 as in SxTotals::counterIncrease
+        qint8 counter = -1; // EventCounter: 0..4 as in SxTotals::counterIncrease; EventStream: ExStreamStat
         qint64 startUs = 0; // after the run's first sample
         qint64 durationUs = 0;
         double depth = 0.0; // the lowest speed (MB/s), the highest level (%), or the count
@@ -111,12 +138,36 @@ public:
         qint32 required = 0;
         qint32 bufferSize = 0;
         double dipThreshold = 0.0;
+        // What arrived through the camera API, on the host's clock.
+        quint64 delivered = 0; // frames
+        double deliveredBytes = 0.0;
+        double firstFrameBytes = 0.0;
+        qint64 firstArrivalUs = -1; // host time; -1: nothing arrived
+        qint64 lastArrivalUs = -1;
+        qint64 hostDurationUs = 0; // host time of the last thing noted
+        quint64 lostFrames = 0;    // frame numbers skipped between two that arrived
+        double setRate = 0.0;      // MB/s the camera is set to send, as it was told; 0: unknown
+        double setFrames = 0.0;    // frames/s it is set to send, where that was told instead
+        qint64 lostAtUs = -1;      // host time the camera was last heard of before it vanished
+        qint64 silentAtUs = -1;    // host time from which the first silence of kSilenceUs lasted
+        qint64 silentForUs = 0;    // and how long
+        QString waitingFor;        // why the camera sent nothing, where its transport knows
+        bool hasStream = false;
+        quint64 stream[kStreamStats] = {};
         double linkAverage() const { return linkUs > 0.0 ? bytes / linkUs : 0.0; }
+        // Bytes and frames per second from the first arrival to the last; 0 with fewer than two.
+        double deliveredRate() const;
+        double deliveredFrameRate() const;
+        // What the camera is set to send, in MB/s and frames/s, for the frames that arrived
+        // where only one of the two was told; 0 unknown.
+        double askedRate() const;
+        double askedFrameRate() const;
     };
 
     // What the totals prove; numbers for reports and a sentence that shows the arithmetic.
     struct SxVerdict
     {
+        bool fallsBehind = false; // the delivered rate or the link is short of what is asked
         quint64 events = 0; // overflows, or counter increases in the acquisition mode
         double hours = 0.0;
         double upperPerHour = 0.0;        // 95 % upper bound of the event rate
@@ -137,6 +188,21 @@ public:
     // since midnight), or one acquisition record with its five counters.
     void addFrame(quint32 frameNumber, qint64 timestamp, const quint64* samples, quint64 sampleCount);
     void addCounters(quint32 frameNumber, qint64 timestamp, const qint32 counters[kCounters]);
+    // Worker: a frame handed over at `hostUs` with `bytes` of image data, whatever the mode.
+    void noteArrival(qint64 hostUs, quint32 frameNumber, quint64 bytes);
+    // No image at `hostUs`: a silence since the last one becomes an event once it lasts
+    // kSilenceUs. True when that made a new silence.
+    bool noteNoImage(qint64 hostUs);
+    // What the camera waits for (a trigger), as its transport says; part of the verdict.
+    void setWaitingFor(const QString& what);
+    // A GigE Vision stream's statistics as the camera counts them since its start.
+    void noteStream(qint64 hostUs, const quint64 values[kStreamStats]);
+    // GUI thread: the camera stopped answering; the run ends at its last frame.
+    void noteLost(qint64 hostUs);
+    // What the camera is set to send: MB/s, or frames/s (then MB/s follow from the frames).
+    void setAsked(double rate, double frames = 0.0);
+    // Microseconds on the host's clock since begin().
+    qint64 hostUs() const;
     // Closes an open dip, as the run ends.
     void finish();
 
@@ -155,6 +221,19 @@ public:
     // The 95 % upper bound of a Poisson mean with `k` events seen.
     static double poissonUpper95(quint64 k);
     static QString durationText(qint64 us);
+    static QString streamStatName(int stat);
+    // Per second of host time: frames that arrived, frame numbers skipped, and the stream's
+    // statistics' increases (transferred bytes in kB), where the camera has them.
+    struct SxDeliverySecond
+    {
+        quint32 frames = 0;
+        quint32 lost = 0;
+    };
+    struct SxStreamSecond
+    {
+        quint32 increase[kStreamStats] = {};
+    };
+    void deliverySeconds(std::vector<SxDeliverySecond>* delivery, std::vector<SxStreamSecond>* stream) const;
 
     // The run log: one line per call (each second) with the totals, and the events that ended
     // since the last call; flushed at once. Empty `path` closes it.
@@ -171,6 +250,8 @@ private:
     SxBucket& coarse(qint64 atUs);
     void addEvent(const SxEvent& event);
     void endDip();
+    qint64 runUs(qint64 hostUs) const;
+    SxDeliverySecond& deliverySecond(qint64 hostUs);
     // False when the snapshots kept are all worse than `event`; otherwise drops the least bad
     // one if they are full.
     bool makeRoomFor(const SxEvent& event);
@@ -206,6 +287,19 @@ private:
     qint64 m_lastUs = 0;
     qint32 m_lastCounters[kCounters] = {};
     std::deque<SxCounterRecord> m_recentRecords; // the last kSnapshotRecords
+    double m_lastFill = 0.0; // the modelled buffer as the last frame ended
+
+    QElapsedTimer m_clock;
+    bool m_haveArrival = false;
+    quint32 m_lastArrivalFrame = 0;
+    bool m_silent = false;  // no image for kSilenceUs, and none since
+    int m_openSilence = -1; // its event, or -1
+    std::vector<SxDeliverySecond> m_delivery;
+    std::vector<SxStreamSecond> m_streamSeconds;
+    bool m_haveStream = false;
+    quint64 m_lastStream[kStreamStats] = {};
+    qint64 m_lastStreamUs = 0;
+    int m_openStream[2] = {-1, -1}; // bursts of missing packets and of underruns going on
 
     QFile* m_log = nullptr;
 };

@@ -147,6 +147,24 @@ void CxRunHistoryDlg::present(const CxRunHistory::SxTotals& t, const QVector<CxR
                                             .arg(double(t.highestLevelAtUs) / 1e6, 0, 'f', 3));
         row(tr("Buffer overflows"), QString::number(t.overflows));
     }
+    if (t.delivered > 0) {
+        row(tr("Delivered"), tr("%1 MB/s, %2 frames/s (%3 frames, %4 GB)")
+                                 .arg(t.deliveredRate(), 0, 'f', 1)
+                                 .arg(t.deliveredFrameRate(), 0, 'f', 1)
+                                 .arg(t.delivered)
+                                 .arg(t.deliveredBytes / 1e9, 0, 'f', 3));
+        if (t.askedRate() > 0.0)
+            row(tr("Set to send"),
+                tr("%1 MB/s, %2 frames/s").arg(t.askedRate(), 0, 'f', 1).arg(t.askedFrameRate(), 0, 'f', 1));
+        row(tr("Frames not delivered"), QString::number(t.lostFrames));
+    }
+    if (t.hasStream) {
+        QStringList stream;
+        for (int k = 0; k < CxRunHistory::StreamTransferredBytes; ++k)
+            stream << QStringLiteral("%1 %2").arg(t.stream[k]).arg(CxRunHistory::streamStatName(k));
+        stream << tr("%1 GB").arg(double(t.stream[CxRunHistory::StreamTransferredBytes]) / 1e9, 0, 'f', 3);
+        row(tr("GigE Vision stream"), stream.join(QStringLiteral(", ")).toHtmlEscaped());
+    }
     row(tr("Events"), t.events > quint64(events.size())
                           ? tr("%1 (the first %2 listed)").arg(t.events).arg(events.size())
                           : QString::number(t.events));
@@ -175,6 +193,16 @@ void CxRunHistoryDlg::present(const CxRunHistory::SxTotals& t, const QVector<CxR
         case CxRunHistory::EventCounter:
             kind = tr(kCounterNames[qBound(0, int(e.counter), CxRunHistory::kCounters - 1)]);
             depth = tr("+%1").arg(e.count);
+            break;
+        case CxRunHistory::EventLost:
+            kind = tr("Camera stopped answering");
+            break;
+        case CxRunHistory::EventSilent:
+            kind = tr("No image");
+            break;
+        case CxRunHistory::EventStream:
+            kind = CxRunHistory::streamStatName(e.counter);
+            depth = tr("%1 in a second at most").arg(e.depth, 0, 'f', 0);
             break;
         }
         auto* start =

@@ -187,6 +187,58 @@ bool CxAravisCamera::isConnected() const
     return !m_lost;
 }
 
+// Caller holds m_control. A frame trigger that is on is the usual reason a camera sends nothing.
+QString CxAravisCamera::waitingFor()
+{
+    if (!hasFeature("TriggerMode") || enumerationValue("TriggerMode") != QLatin1String("On"))
+        return QString();
+    const QString selector = hasFeature("TriggerSelector") ? enumerationValue("TriggerSelector") : QString();
+    const QString source = hasFeature("TriggerSource") ? enumerationValue("TriggerSource") : QString();
+    QString text = selector.isEmpty() ? QStringLiteral("TriggerMode is On")
+                                      : QStringLiteral("TriggerMode is On for %1").arg(selector);
+    return source.isEmpty() ? text + QStringLiteral(": the camera waits for a trigger")
+                            : text + QStringLiteral(": the camera waits for a trigger from %1").arg(source);
+}
+
+void CxAravisCamera::transportInfo(KS_TRANSPORT_INFO* info)
+{
+    if (info->request & KS_TI_STREAM) {
+        static const char* const names[KS_STREAM_STATS] = {
+            "n_missing_packets", "n_resend_requests", "n_resent_packets", "n_underruns",
+            "n_failures",        "n_timeouts",        "n_transferred_bytes"};
+        QMutexLocker lock(&m_queueMutex);
+        if (m_stream && ARV_IS_GV_STREAM(m_stream)) {
+            for (int k = 0; k < KS_STREAM_STATS; ++k)
+                info->stream[k] = arv_stream_get_info_uint64_by_name(m_stream, names[k]);
+            info->flags |= KS_TI_STREAM;
+        }
+    }
+    if (!(info->request & (KS_TI_FRAME_RATE | KS_TI_WAITING)) || m_lost)
+        return;
+    QMutexLocker lock(&m_control);
+    const QByteArray waiting = waitingFor().toUtf8();
+    if ((info->request & KS_TI_WAITING) && !waiting.isEmpty()) {
+        qstrncpy(info->waitingFor, waiting.constData(), sizeof(info->waitingFor));
+        info->flags |= KS_TI_WAITING;
+    }
+    // A triggered camera, or one whose rate is switched off, has no rate of its own to send at.
+    GError* error = nullptr;
+    if (!(info->request & KS_TI_FRAME_RATE) || !waiting.isEmpty() ||
+        (hasFeature("AcquisitionFrameRateEnable") &&
+         !arv_device_get_boolean_feature_value(m_device, "AcquisitionFrameRateEnable", &error))) {
+        g_clear_error(&error);
+        return;
+    }
+    const double payload = double(arv_camera_get_payload(m_camera, &error));
+    const double rate = error ? 0.0 : arv_camera_get_frame_rate(m_camera, &error);
+    if (!error && payload > 0.0 && rate > 0.0) {
+        info->payloadBytes = quint64(payload);
+        info->frameRate = rate;
+        info->flags |= KS_TI_FRAME_RATE;
+    }
+    g_clear_error(&error);
+}
+
 SxCameraDescription CxAravisCamera::description() const
 {
     return m_description;

@@ -39,6 +39,9 @@ public:
     QString lastRefusal() const override;
     // False once the camera stopped answering (its heartbeat failed).
     bool isConnected() const override;
+    // The frame rate and payload, a trigger it waits for, and the GigE Vision stream's
+    // statistics.
+    void transportInfo(KS_TRANSPORT_INFO* info) override;
 
 private:
     CxAravisCamera(ArvCamera* camera, const QString& id);
@@ -55,6 +58,7 @@ private:
     int refuse(int error, const QString& why);
     int deviceRegister(int& value);
 
+    QString waitingFor();
     void pump();
     void releaseDelivered(bool keepNewest);
     quint32 unwrapFrameId(guint64 raw);

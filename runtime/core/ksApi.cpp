@@ -62,6 +62,19 @@ bool ksApi_GetImage(KSCORE_HANDLE hCam, unsigned int timeoutMs, KS_IMG* image, i
     return report(camera->getImage(timeoutMs, image, releasePrevious), errorCode);
 }
 
+bool ksApi_GetTransportInfo(KSCORE_HANDLE hCam, KS_TRANSPORT_INFO* info)
+{
+    if (!info || info->size != sizeof(KS_TRANSPORT_INFO))
+        return false;
+    std::shared_ptr<IxCamera> camera = CxCameraRegistry::camera(hCam);
+    if (!camera)
+        return false;
+    info->flags = 0;
+    camera->transportInfo(info);
+    info->flags &= info->request;
+    return true;
+}
+
 void ksCoreVersion(int& major, int& minor, int& build)
 {
     major = KSCORE_VERSION_MAJOR;

@@ -461,6 +461,17 @@ ExPacing CxSimCamera::pacing() const
     return d->pacing;
 }
 
+void CxSimCamera::transportInfo(KS_TRANSPORT_INFO* info)
+{
+    const SxSensorConfig& c = config().sensor;
+    const quint64 bytes = quint64(c.width) * quint64(c.height) * 2u;
+    if ((info->request & KS_TI_FRAME_RATE) && bytes > 0) {
+        info->payloadBytes = bytes;
+        info->frameRate = c.dataRateMBps * 1e6 / double(bytes);
+        info->flags |= KS_TI_FRAME_RATE;
+    }
+}
+
 bool CxSimCamera::isAcquiring() const
 {
     QMutexLocker lock(&d->mutex);

@@ -115,6 +115,41 @@ enum KS_ERROR
     KS_ERR_INVALID_ARGUMENT = 12,
 };
 
+// What the transport of a camera says of itself, beyond its images: the rate it is set to send
+// at, a GigE Vision stream's statistics, and why it may send nothing. The caller zero-fills the
+// record, sets `size` and asks for parts in `request`; `flags` says which parts were filled.
+enum KS_TRANSPORT_INFO_PART
+{
+    KS_TI_FRAME_RATE = 0x1, // frameRate and payloadBytes: what a free-running camera sends
+    KS_TI_STREAM = 0x2,     // stream[], counted since the acquisition started
+    KS_TI_WAITING = 0x4,    // waitingFor: set only when the camera waits for something
+};
+
+// Indices of KS_TRANSPORT_INFO::stream.
+enum KS_STREAM_STAT
+{
+    KS_STREAM_MISSING_PACKETS = 0,
+    KS_STREAM_RESEND_REQUESTS = 1,
+    KS_STREAM_RESENT_PACKETS = 2,
+    KS_STREAM_UNDERRUNS = 3,
+    KS_STREAM_FAILURES = 4,
+    KS_STREAM_TIMEOUTS = 5,
+    KS_STREAM_TRANSFERRED_BYTES = 6,
+    KS_STREAM_STATS = 7,
+};
+
+typedef struct KS_TRANSPORT_INFO
+{
+    uint32_t size;     // in: sizeof(KS_TRANSPORT_INFO)
+    uint32_t request;  // in: KS_TI_* parts wanted
+    uint32_t flags;    // out: KS_TI_* parts filled
+    uint32_t reserved0;
+    double frameRate;      // frames per second the camera is set to send
+    uint64_t payloadBytes; // bytes of one frame
+    uint64_t stream[KS_STREAM_STATS];
+    char waitingFor[256]; // UTF-8, null-terminated: what the camera waits for before it sends
+} KS_TRANSPORT_INFO;
+
 // Suffix that turns a parameter write into a query: true means the value could be
 // written; nothing is written.
 #define KS_SETTABLE_SUFFIX ":settable"
@@ -135,5 +170,9 @@ KSCORE_EXPORT int ksApi_StopAcquisition(KSCORE_HANDLE hCam);
 // `releasePrevious` false the previous image stays valid one call longer.
 KSCORE_EXPORT bool ksApi_GetImage(KSCORE_HANDLE hCam, unsigned int timeoutMs, KS_IMG* image,
                                   int* errorCode = nullptr, bool releasePrevious = true);
+// Fills what the camera can tell of the parts asked for; false for a stale handle or a record
+// of the wrong size. Cheap enough for once a second while the camera acquires, from any thread;
+// KS_TI_FRAME_RATE and KS_TI_WAITING may ask a real camera over its control channel.
+KSCORE_EXPORT bool ksApi_GetTransportInfo(KSCORE_HANDLE hCam, KS_TRANSPORT_INFO* info);
 // Version of the host core library.
 KSCORE_EXPORT void ksCoreVersion(int& major, int& minor, int& build);

@@ -33,6 +33,7 @@ public:
     int waitOutCapture(unsigned int timeoutMs) override { return m_camera->waitOutCapture(timeoutMs); }
     QString lastRefusal() const override { return m_camera->lastRefusal(); }
     bool isConnected() const override { return m_camera->isConnected(); }
+    void transportInfo(KS_TRANSPORT_INFO* info) override { m_camera->transportInfo(info); }
 
 protected:
     std::shared_ptr<IxCamera> m_camera;

@@ -64,6 +64,8 @@ public:
     virtual QString lastRefusal() const { return QString(); }
     // False once the camera stopped answering, as a real camera does when unplugged.
     virtual bool isConnected() const { return true; }
+    // Fills the parts of `info` it asks for that the camera knows, setting their flags.
+    virtual void transportInfo(KS_TRANSPORT_INFO* info) { Q_UNUSED(info); }
 };
 
 class KSCORE_EXPORT IxCameraBackend

@@ -31,6 +31,8 @@ public:
     int getImage(unsigned int timeoutMs, KS_IMG* image, bool releasePrevious) override;
     // Real time: waits until the time-out or a stop. Otherwise the virtual clock moves on.
     int waitOutCapture(unsigned int timeoutMs) override;
+    // The sensor's frame rate; a simulated camera has no stream statistics and waits for nothing.
+    void transportInfo(KS_TRANSPORT_INFO* info) override;
 
     ExPacing pacing() const;
     bool isPatternActive() const; // the running acquisition sends the throughput pattern
