@@ -450,6 +450,12 @@ void CxScriptedRun::exportCsvReports()
         const QTableWidgetItem* name = table->item(row, colCamera);
         if (!button || !name)
             continue;
+        // A camera that stored nothing has no report to write.
+        QVariantMap run;
+        QMetaObject::invokeMethod(panel(), "runOf", Q_RETURN_ARG(QVariantMap, run),
+                                  Q_ARG(qulonglong, name->data(Qt::UserRole).toULongLong()));
+        if (!run.contains(QStringLiteral("newestFrame")))
+            continue;
         const QString path =
             QDir(m_options.outDir).absoluteFilePath(fileNameOf(name->text()) + QStringLiteral(".csv"));
         expectDialog([path](QWidget* modal) {
@@ -463,7 +469,6 @@ void CxScriptedRun::exportCsvReports()
             QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
             return true;
         });
-        QFile::remove(path);
         button->click();
         // Only a report that was written is named; a camera without frames has none.
         if (QFileInfo(path).size() > 0)

@@ -721,6 +721,7 @@ bool CxCameraLineData::startMeasurement(unsigned int period, int capacity)
     }
     m_streamStats = true;
     m_nextStreamPollUs = 0;
+    m_askedWaiting = false;
     QString logError;
     if (!runLogPath.isEmpty() && !history.openLog(runLogPath, cameraName, &logError))
         logCritical(kSource, kLineStart, kStartPrefix,
@@ -799,7 +800,10 @@ void CxCameraLineData::noteCapture(const KS_IMG* image)
                                                   : quint64(image->width) * image->height *
                                                         std::max<quint32>(image->bytesPerPixel, 2u);
         history.noteArrival(now, image->frameNumber, bytes);
-    } else if (history.noteNoImage(now)) {
+    } else if (history.noteNoImage(now) || !m_askedWaiting) {
+        // Asked once a run, and again as a silence begins: what a camera waits for is
+        // what a user has to change.
+        m_askedWaiting = true;
         KS_TRANSPORT_INFO info = transportInfo(KS_TI_WAITING);
         if (ksApi_GetTransportInfo(hCam, &info) && (info.flags & KS_TI_WAITING))
             history.setWaitingFor(QString::fromUtf8(info.waitingFor));

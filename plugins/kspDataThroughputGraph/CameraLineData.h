@@ -244,6 +244,7 @@ private:
     void pollStream(bool now);
     qint64 m_nextStreamPollUs = 0;
     bool m_streamStats = false;
+    bool m_askedWaiting = false;
     // True when no point of the graph can fall inside the frame, so that its summary serves.
     bool wholeFrameInOneBin(CxFrameData* frame, const QCPRange* timeRange, long long start, long long end,
                             double lastX, double minGap);

@@ -813,11 +813,13 @@ CxRunHistory::SxVerdict CxRunHistory::verdict(const SxTotals& totals)
                       : tr("No image came for %1 s from %2 s on: %3.")
                             .arg(seconds(totals.silentForUs), seconds(totals.silentAtUs), totals.waitingFor));
     if (totals.frames == 0 || totals.durationUs <= 0) {
+        if (totals.delivered == 0 && totals.hostDurationUs > 0 && totals.silentAtUs < 0 && totals.lostAtUs < 0)
+            lines << (totals.waitingFor.isEmpty()
+                          ? tr("No image arrived in %1 s.").arg(seconds(totals.hostDurationUs))
+                          : tr("No image arrived in %1 s: %2.").arg(seconds(totals.hostDurationUs), totals.waitingFor));
         if (lines.isEmpty())
             lines << tr("Nothing measured yet.");
-        if (totals.delivered == 0 && totals.hostDurationUs > 0)
-            lines << tr("No image arrived in %1 s.").arg(seconds(totals.hostDurationUs));
-        verdict.fallsBehind = totals.lostAtUs >= 0 || totals.silentAtUs >= 0;
+        verdict.fallsBehind = totals.delivered == 0 && totals.hostDurationUs > 0;
         verdict.text = lines.join(QLatin1Char('\n'));
         return verdict;
     }
@@ -878,6 +880,12 @@ CxRunHistory::SxVerdict CxRunHistory::verdict(const SxTotals& totals)
         if (carried < required) {
             verdict.fallsBehind = true;
             const double deficit = required - carried;
+            if (totals.bufferSize <= 0) {
+                lines << tr("The link falls behind by %1 MB/s; the camera's buffer size is not known.")
+                             .arg(deficit, 0, 'f', 1);
+                verdict.text = lines.join(QLatin1Char('\n'));
+                return verdict;
+            }
             verdict.bufferLastsSeconds = double(totals.bufferSize) / (deficit * 1e6);
             lines << tr("The link falls behind by %1 MB/s: the camera's buffer of %2 MB lasts %3 s of "
                         "continuous acquisition (%2 MB / %1 MB/s).")
