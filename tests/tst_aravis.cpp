@@ -16,6 +16,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QtTest>
 #include <thread>
 
@@ -78,8 +80,13 @@ private slots:
     void aCameraWithoutThePatternRefusesCleanly();
     void theHostMeasuresTheCamerasItIsGiven();
     void aVanishedCameraShowsAsDisconnected();
+    void whatArrivesIsMeasuredBesideTheCounter();
+    void aRefusingOrWaitingCameraFailsTheRunAtOnce();
+    void aVanishedCameraEndsTheRunWithItsTime();
 
 private:
+    // Runs lumorix-sim's scripted run on the camera at 127.0.0.1; its exit code and output.
+    int runHost(const QStringList& arguments, QString* output, QTemporaryDir* out, int timeoutMs = 60000);
     CxGvCamera m_camera;
     CxGvCamera m_second;
     bool serve(CxGvCamera& camera, SxGvCameraOptions options = SxGvCameraOptions());
@@ -397,6 +404,129 @@ void TestAravis::aVanishedCameraShowsAsDisconnected()
     const int stopped = ksApi_StopAcquisition(hCam);
     QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(stopped, 0);
+}
+
+int TestAravis::runHost(const QStringList& arguments, QString* output, QTemporaryDir* out, int timeoutMs)
+{
+    QProcess host;
+    host.setProcessChannelMode(QProcess::MergedChannels);
+    host.start(QStringLiteral(HOST_PATH), QStringList{QStringLiteral("--headless"), QStringLiteral("--camera"),
+                                                      QStringLiteral("aravis:127.0.0.1"), QStringLiteral("--out"),
+                                                      out->path()} +
+                                              arguments);
+    host.waitForFinished(timeoutMs);
+    *output = QString::fromLocal8Bit(host.readAll());
+    return host.exitStatus() == QProcess::NormalExit ? host.exitCode() : -1;
+}
+
+// A camera set to send more than the network carries: the counter says what the camera
+// claims of its link, the delivered rate what came, within 2 % of the stream's own count. A
+// lossy one shows its missing packets and the frames they cost.
+void TestAravis::whatArrivesIsMeasuredBesideTheCounter()
+{
+    SxGvCameraOptions fast;
+    fast.width = fast.height = 1024;
+    fast.fps = 1000.0; // 2097 MB/s
+    fast.linkRateMBps = 4000.0;
+    SxGvCameraOptions lossy;
+    lossy.address = QStringLiteral("127.0.0.2");
+    lossy.serialNumber = QStringLiteral("KSGV0002");
+    lossy.loss = 0.01;
+    QVERIFY(serve(m_camera, fast) && serve(m_second, lossy));
+    CxCameraLineData lines[2];
+    lines[0].hCam = openCamera(QStringLiteral("aravis:127.0.0.1"));
+    lines[1].hCam = openCamera(QStringLiteral("aravis:127.0.0.2"));
+    for (CxCameraLineData& line : lines)
+        QVERIFY(line.hCam && line.startMeasurement(4096, 1000000));
+    QTest::qWait(2500);
+    for (CxCameraLineData& line : lines)
+        QVERIFY(line.stopMeasurement());
+    const CxRunHistory::SxTotals t = lines[0].history.totals();
+    QVERIFY(t.hasStream && t.delivered > 10);
+    const double streamed = double(t.stream[CxRunHistory::StreamTransferredBytes]);
+    QVERIFY2(qAbs(t.deliveredBytes / streamed - 1.0) < 0.02,
+             qPrintable(QStringLiteral("%1 delivered, %2 streamed").arg(t.deliveredBytes).arg(streamed)));
+    QCOMPARE(qRound(t.askedRate()), 2097);
+    QVERIFY(qAbs(t.linkAverage() - 4000.0) < 1.0);
+    const CxRunHistory::SxVerdict fell = CxRunHistory::verdict(t);
+    QVERIFY2(fell.fallsBehind && fell.headroom == 0.0 && fell.text.contains(QStringLiteral("no headroom")),
+             qPrintable(fell.text));
+
+    const CxRunHistory::SxTotals lost = lines[1].history.totals();
+    const QVector<CxRunHistory::SxEvent> events = lines[1].history.events();
+    QVERIFY2(lost.stream[CxRunHistory::StreamMissingPackets] > 0 && lost.lostFrames > 0,
+             qPrintable(CxRunHistory::verdict(lost).text));
+    QVERIFY(std::any_of(events.cbegin(), events.cend(), [](const CxRunHistory::SxEvent& e) {
+        return e.kind == CxRunHistory::EventStream && e.counter == CxRunHistory::StreamMissingPackets;
+    }));
+    QVERIFY(CxRunHistory::verdict(lost).text.contains(QStringLiteral("never arrived")));
+}
+
+// A camera that refuses the pattern ends the run at once, telling why once and naming no
+// report; one that waits for a trigger fails with the trigger named.
+void TestAravis::aRefusingOrWaitingCameraFailsTheRunAtOnce()
+{
+    SxGvCameraOptions plain;
+    plain.model = QStringLiteral("KS-GV-Plain");
+    QVERIFY(serve(m_camera, plain));
+    QTemporaryDir out;
+    QString output;
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(runHost({QStringLiteral("--duration"), QStringLiteral("30")}, &output, &out), 1);
+    QVERIFY2(timer.elapsed() < 15000, qPrintable(output));
+    QVERIFY2(!output.contains(QStringLiteral("CSV report")) &&
+                 output.count(QStringLiteral("use Standard Sensor Acquisition)")) == 1,
+             qPrintable(output));
+    QVERIFY(QFile::exists(out.filePath(QStringLiteral("summary.json"))));
+
+    const QString tool = QStandardPaths::findExecutable(QStringLiteral("arv-tool-0.8"));
+    if (tool.isEmpty())
+        QSKIP("arv-tool-0.8 (aravis-tools-cli) is not installed");
+    QVERIFY(serve(m_camera));
+    QProcess client;
+    client.start(tool, {QStringLiteral("-a"), QStringLiteral("127.0.0.1"), QStringLiteral("control"),
+                        QStringLiteral("TriggerMode=On")});
+    QVERIFY(client.waitForFinished(20000) && client.exitCode() == 0);
+    QCOMPARE(runHost({QStringLiteral("--duration"), QStringLiteral("2")}, &output, &out), 1);
+    QVERIFY2(output.contains(QStringLiteral("no image in the")) &&
+                 output.contains(QStringLiteral("TriggerMode is On: the camera waits for a trigger")),
+             qPrintable(output));
+}
+
+// Killed mid-run, the camera ends the scripted run within seconds, with exit code 1 and the
+// time it was last heard of, after everything the run writes is written.
+void TestAravis::aVanishedCameraEndsTheRunWithItsTime()
+{
+    QVERIFY(serve(m_camera));
+    QTemporaryDir out;
+    QProcess host;
+    host.setProcessChannelMode(QProcess::MergedChannels);
+    host.start(QStringLiteral(HOST_PATH),
+               {QStringLiteral("--headless"), QStringLiteral("--camera"), QStringLiteral("aravis:127.0.0.1"),
+                QStringLiteral("--duration"), QStringLiteral("40"), QStringLiteral("--out"), out.path()});
+    QByteArray output;
+    QTRY_VERIFY_WITH_TIMEOUT((output += host.readAll()).contains("measuring 3."), 20000);
+    m_camera.stop();
+    QElapsedTimer sinceStop;
+    sinceStop.start();
+    QVERIFY(host.waitForFinished(30000));
+    output += host.readAll();
+    QVERIFY2(sinceStop.elapsed() < 10000, qPrintable(QString::number(sinceStop.elapsed())));
+    QCOMPARE(host.exitCode(), 1);
+    QVERIFY2(output.contains("KS-GV-Camera (KSGV0001) (aravis:127.0.0.1): the camera stopped answering at"),
+             output.constData());
+    QFile summary(out.filePath(QStringLiteral("summary.json")));
+    QVERIFY(summary.open(QIODevice::ReadOnly));
+    const QJsonObject run = QJsonDocument::fromJson(summary.readAll())
+                                .object()
+                                .value("cameras")
+                                .toArray()[0]
+                                .toObject()
+                                .value("run")
+                                .toObject();
+    QVERIFY2(run.value("cameraLostAtSeconds").toDouble() > 2.5, qPrintable(QJsonDocument(run).toJson()));
+    QVERIFY(QFile::exists(out.filePath(QStringLiteral("panel.png"))));
 }
 
 // Each case in a network namespace of its own, as a child process of this one.

@@ -18,6 +18,7 @@
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <array>
 #include <random>
 #include <vector>
 
@@ -71,6 +72,7 @@ private slots:
     void eventsAreFoundWithTheirStartDurationAndDepth();
     void nothingEscapesAStoreThatTurnsOver();
     void verdictShowsItsArithmetic();
+    void whatArrivedIsCountedOnTheHostsClock();
     void panelDrawsTheHistoryBeforeTheStoreWithoutAWrap();
     void runHistoryWindowShowsTheRunZoomsAndReadsItsLog();
 };
@@ -335,7 +337,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     // As a spreadsheet reads it: a line for the second, counts as whole numbers, then the events.
     QVERIFY(
         written.readAll().contains("\nsecond,3600.000,3,0,0.000,0.000,0.000000,0.000,0.000000,0,2,3,0,0,1,0.000,0,0,"
-                                   "0.000,0.000,0,0.000,,,,,,,,,,\nevent,0.001000,0.000000,counter 1,3,3\n"));
+                                   "0.000,0.000,0,0.000,,,,,,,,,,,\nevent,0.001000,0.000000,counter 1,3,3\n"));
     // Drawn with two of the counters: each one's count, and its records around every event;
     // nothing of the others.
     CxHistoryPlot::clear(&plot);
@@ -455,6 +457,92 @@ void TestHistory::verdictShowsItsArithmetic()
     t.bytes = 0.0;
     t.linkUs = 0.0;
     QVERIFY(!CxRunHistory::verdict(t).text.contains(QStringLiteral("headroom")));
+}
+
+void TestHistory::whatArrivedIsCountedOnTheHostsClock()
+{
+    CxRunHistory history;
+    history.begin(true, kPeriod, 0, 0);
+    // Set to 100 frames/s of 1 MB; 50 arrive each second, every other frame number missing.
+    history.setAsked(0.0, 100.0);
+    const qint64 start = 2000000;
+    for (quint32 i = 0; i <= 100; ++i)
+        history.noteArrival(start + qint64(i) * 20000, 2 * i, 1000000);
+    CxRunHistory::SxTotals t = history.totals();
+    QCOMPARE(t.delivered, quint64(101));
+    QCOMPARE(t.lostFrames, quint64(100));
+    QCOMPARE(t.deliveredRate(), 50.0);
+    QCOMPARE(t.deliveredFrameRate(), 50.0);
+    QCOMPARE(t.askedRate(), 100.0);
+    // Ten seconds without an image is a silence, with what the camera waits for; the next
+    // frame ends it. Seconds in a row with missing packets are one burst.
+    QVERIFY(!history.noteNoImage(start + 2000000 + 9999999));
+    QVERIFY(history.noteNoImage(start + 2000000 + 10000000));
+    QVERIFY(!history.noteNoImage(start + 2000000 + 11000000));
+    history.setWaitingFor(QStringLiteral("TriggerMode is On"));
+    history.noteArrival(start + 2000000 + 12000000, 202, 1000000);
+    const quint64 stream[3][CxRunHistory::kStreamStats] = {
+        {4, 1, 1, 0, 0, 0, 1000}, {9, 2, 2, 0, 0, 0, 2000}, {9, 2, 2, 1, 0, 0, 3000}};
+    for (int i = 0; i < 3; ++i)
+        history.noteStream(start + 16000000 + i * 1000000, stream[i]);
+    history.noteLost(start + 30000000);
+    t = history.totals();
+    QCOMPARE(t.silentAtUs, start + 2000000);
+    QCOMPARE(t.silentForUs, qint64(12000000));
+    QCOMPARE(t.lostAtUs, start + 14000000);
+    QCOMPARE(t.stream[CxRunHistory::StreamMissingPackets], quint64(9));
+    QCOMPARE(t.stream[CxRunHistory::StreamTransferredBytes], quint64(3000));
+    const QVector<CxRunHistory::SxEvent> events = history.events();
+    QCOMPARE(events.size(), 4);
+    QCOMPARE(events[0].kind, CxRunHistory::EventSilent);
+    QCOMPARE(events[0].durationUs, qint64(12000000));
+    QCOMPARE(events[1].kind, CxRunHistory::EventStream);
+    QCOMPARE(events[1].counter, qint8(CxRunHistory::StreamMissingPackets));
+    QCOMPARE(events[1].count, quint64(9));
+    QCOMPARE(events[2].counter, qint8(CxRunHistory::StreamUnderruns));
+    QCOMPARE(events[3].kind, CxRunHistory::EventLost);
+    QCOMPARE(events[3].durationUs, qint64(16000000));
+    std::vector<CxRunHistory::SxDeliverySecond> seconds;
+    history.deliverySeconds(&seconds, nullptr);
+    QCOMPARE(seconds[2].frames, 50u);
+    QCOMPARE(seconds[2].lost, 49u);
+    // The verdict says all of it; a run log gives it back.
+    history.addCounters(0, 0, std::array<qint32, 5>{}.data());
+    history.addCounters(1, 1000000, std::array<qint32, 5>{}.data());
+    const QString verdict = CxRunHistory::verdict(history.totals()).text;
+    for (const char* said :
+         {"The camera stopped answering at 16.0 s: the run ended there.",
+          "No image came for 12.0 s from 4.0 s on: TriggerMode is On.",
+          "of the 100 MB/s (100.0 frames/s) the camera is set to send: the link or the host carries",
+          "101 of the 203 frames the camera sent never arrived", "9 packets went missing on the way"})
+        QVERIFY2(verdict.contains(QLatin1String(said)), qPrintable(verdict));
+    QTemporaryDir dir;
+    const QString log = dir.filePath(QStringLiteral("arrivals.log.csv"));
+    QVERIFY(history.openLog(log, QStringLiteral("Arriving camera")));
+    history.writeLogLine();
+    history.openLog(QString(), QString());
+    CxRunHistory::SxTotals read;
+    QVector<CxRunHistory::SxEvent> back;
+    QString name;
+    QString error;
+    QVERIFY2(CxRunHistory::readLog(log, &read, &back, &name, &error), qPrintable(error));
+    QCOMPARE(CxRunHistory::verdict(read).text, CxRunHistory::verdict(history.totals()).text);
+    QCOMPARE(back.size(), events.size());
+    for (int i = 0; i < back.size(); ++i)
+        QVERIFY(back[i].kind == events[i].kind && back[i].counter == events[i].counter);
+    CxRunHistoryDlg window(QStringLiteral("Arriving camera"), &history);
+    QVERIFY(summaryOf(&window).contains(QStringLiteral("<td>Frames not delivered</td><td>&nbsp;&nbsp;101</td>")));
+
+    // A link faster than the camera sends idles between frames: no dip there, though a
+    // stall inside a frame still is one.
+    history.begin(false, kPeriod, 100, 64 << 20);
+    const std::vector<quint64> f0 = frame(0, 400.0);
+    const std::vector<quint64> f1 = frame(f0.back() + 40000 * 250, 400.0, 50, 51, 50.0);
+    history.addFrame(0, 0, f0.data(), f0.size());
+    history.addFrame(1, qint64(f1[0] / 250), f1.data(), f1.size());
+    history.finish();
+    QCOMPARE(history.events().size(), 1);
+    QVERIFY(qAbs(history.events()[0].depth - 50.0) < 0.01);
 }
 
 void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()

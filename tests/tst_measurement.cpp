@@ -56,6 +56,7 @@ private slots:
 
     // Statistics
     void acquisitionRecordsTheCountersTheCameraDrives();
+    void deliveredRateIsWhatArrivesAgainstWhatTheCameraSends();
 };
 
 void TestMeasurement::newLineIsIdleWithSixCounters()
@@ -391,6 +392,35 @@ void TestMeasurement::acquisitionRecordsTheCountersTheCameraDrives()
     QVERIFY(runUntilDelivered(line.get(), sim(hCam)->capturesDelivered() + 20));
     QCOMPARE(line->GetCounterValue(KS_CNT_TRANSFERRED), transferred);
     QVERIFY(line->frameTimeAvg > 5000.0); // the link needs 10.5 ms a frame
+}
+
+void TestMeasurement::deliveredRateIsWhatArrivesAgainstWhatTheCameraSends()
+{
+    // 100 frames/s of 1 MiB from the sensor, in real time; the link has room to spare.
+    CxSimCameraConfig config = camera("delivering", 400.0, 1024, 512);
+    config.sensor.dataRateMBps = 100.0 * 1048576 / 1e6;
+    config.pacing = ExPacing::RealTime;
+    KSCORE_HANDLE hCam = open(config);
+    std::unique_ptr<CxCameraLineData> line(lineFor(hCam, MeasureModeStandardAcquisition));
+    QVERIFY(line->startMeasurement(4096, 100000));
+    QVERIFY(runUntilDelivered(line.get(), 200));
+    CxRunHistory::SxTotals t = line->history.totals();
+    QVERIFY2(qAbs(t.deliveredFrameRate() / 100.0 - 1.0) < 0.01, qPrintable(QString::number(t.deliveredFrameRate())));
+    QCOMPARE(t.askedFrameRate(), 100.0);
+    QCOMPARE(t.lostFrames, quint64(0));
+    QVERIFY(!CxRunHistory::verdict(t).fallsBehind);
+    // The counter pattern's frames follow back to back at the link's rate, against the row's
+    // required throughput.
+    line->measureMode = MeasureModeDataThroughput;
+    line->autoTransport = false;
+    line->requiredThroughput = 500;
+    QVERIFY(line->startMeasurement(4096, 100000));
+    QVERIFY(runUntilDelivered(line.get(), sim(hCam)->capturesDelivered() + 300));
+    t = line->history.totals();
+    QVERIFY2(qAbs(t.deliveredRate() / 400.0 - 1.0) < 0.01, qPrintable(QString::number(t.deliveredRate())));
+    QCOMPARE(t.askedRate(), 500.0);
+    const CxRunHistory::SxVerdict verdict = CxRunHistory::verdict(t);
+    QVERIFY(verdict.fallsBehind && verdict.text.contains(QStringLiteral("carries 80 % of it")));
 }
 
 QTEST_GUILESS_MAIN(TestMeasurement)

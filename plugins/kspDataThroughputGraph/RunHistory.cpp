@@ -925,7 +925,7 @@ bool CxRunHistory::openLog(const QString& path, const QString& cameraName, QStri
             "missed trg overlap,missed trg overflow,buffer overflow,host time [s],delivered frames,"
             "delivered bytes,delivered [MB/s],delivered [frames/s],lost frames,set rate [MB/s],"
             "camera lost at [s],silent from [s],silent for [s],missing packets,resend requests,"
-            "resent packets,underruns,stream failures,stream timeouts,stream bytes\n"
+            "resent packets,underruns,stream failures,stream timeouts,stream bytes,waiting for\n"
             "event,start [s],duration [s],kind,depth,count\n")
             .arg(cameraName, QDateTime::currentDateTime().toString(Qt::ISODate),
                  m_totals.acquisition ? QStringLiteral("acquisition") : QStringLiteral("throughput"))
@@ -972,6 +972,8 @@ void CxRunHistory::writeLogLine()
     text += QLatin1Char(',') + (t.silentAtUs >= 0 ? optionalSeconds(t.silentForUs) : QString());
     for (quint64 value : t.stream)
         text += QLatin1Char(',') + (t.hasStream ? QString::number(value) : QString());
+    // The camera's own words, kept to one field.
+    text += QLatin1Char(',') + QString(t.waitingFor).replace(QLatin1Char(','), QLatin1Char(';'));
     text += QLatin1Char('\n');
     for (; m_eventsLogged < m_events.size(); ++m_eventsLogged) {
         const SxEvent& e = m_events[m_eventsLogged];
@@ -991,7 +993,7 @@ void CxRunHistory::writeLogLine()
 
 namespace {
 
-constexpr int kLogSecondFields = 32;
+constexpr int kLogSecondFields = 33;
 
 // The columns after the counters of a log's "second" line.
 void readDelivery(const QList<QByteArray>& f, CxRunHistory::SxTotals* t)
@@ -1021,6 +1023,7 @@ void readDelivery(const QList<QByteArray>& f, CxRunHistory::SxTotals* t)
     t->hasStream = !number(25).isEmpty();
     for (int k = 0; k < CxRunHistory::kStreamStats; ++k)
         t->stream[k] = number(25 + k).toULongLong();
+    t->waitingFor = number(32);
 }
 
 } // namespace
