@@ -4,7 +4,7 @@
 # then the engine and panel tests built with ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-source scripts/deps.sh xvfb xauth iproute2
+source scripts/deps.sh xvfb xauth iproute2 aravis-tools-cli
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 cmake --build build -j"$(nproc)"
 # Serial on purpose: some tests measure real-time pacing. The minute-long soak runs apart.

@@ -467,7 +467,7 @@ void TestHistory::whatArrivedIsCountedOnTheHostsClock()
     history.setAsked(0.0, 100.0);
     const qint64 start = 2000000;
     for (quint32 i = 0; i <= 100; ++i)
-        history.noteArrival(start + qint64(i) * 20000, 2 * i, 1000000);
+        history.noteArrival({start + qint64(i) * 20000, 2 * i, 1000000});
     CxRunHistory::SxTotals t = history.totals();
     QCOMPARE(t.delivered, quint64(101));
     QCOMPARE(t.lostFrames, quint64(100));
@@ -480,7 +480,7 @@ void TestHistory::whatArrivedIsCountedOnTheHostsClock()
     QVERIFY(history.noteNoImage(start + 2000000 + 10000000));
     QVERIFY(!history.noteNoImage(start + 2000000 + 11000000));
     history.setWaitingFor(QStringLiteral("TriggerMode is On"));
-    history.noteArrival(start + 2000000 + 12000000, 202, 1000000);
+    history.noteArrival({start + 2000000 + 12000000, 202, 1000000});
     const quint64 stream[3][CxRunHistory::kStreamStats] = {
         {4, 1, 1, 0, 0, 0, 1000}, {9, 2, 2, 0, 0, 0, 2000}, {9, 2, 2, 1, 0, 0, 3000}};
     for (int i = 0; i < 3; ++i)

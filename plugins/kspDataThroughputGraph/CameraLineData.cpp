@@ -747,7 +747,8 @@ bool CxCameraLineData::stopMeasurement()
         delete acquisitionThread;
         acquisitionThread = nullptr;
     }
-    pollStream(true);
+    if (m_streamStats)
+        pollStream(history.hostUs());
     history.finish();
     history.writeLogLine();
     history.openLog(QString(), QString());
@@ -799,7 +800,7 @@ void CxCameraLineData::noteCapture(const KS_IMG* image)
         const quint64 bytes = image->dataSize > 0 ? image->dataSize
                                                   : quint64(image->width) * image->height *
                                                         std::max<quint32>(image->bytesPerPixel, 2u);
-        history.noteArrival(now, image->frameNumber, bytes);
+        m_arrival = {now, image->frameNumber, bytes};
     } else if (history.noteNoImage(now) || !m_askedWaiting) {
         // Asked once a run, and again as a silence begins: what a camera waits for is
         // what a user has to change.
@@ -808,22 +809,20 @@ void CxCameraLineData::noteCapture(const KS_IMG* image)
         if (ksApi_GetTransportInfo(hCam, &info) && (info.flags & KS_TI_WAITING))
             history.setWaitingFor(QString::fromUtf8(info.waitingFor));
     }
-    pollStream(false);
+    if (m_streamStats && now >= m_nextStreamPollUs)
+        pollStream(now);
 }
 
-void CxCameraLineData::pollStream(bool now)
+void CxCameraLineData::pollStream(qint64 now)
 {
-    const qint64 hostNow = history.hostUs();
-    if (!m_streamStats || (!now && hostNow < m_nextStreamPollUs))
-        return;
-    m_nextStreamPollUs = hostNow + 1000000;
+    m_nextStreamPollUs = now + 1000000;
     KS_TRANSPORT_INFO info = transportInfo(KS_TI_STREAM);
     // A camera without them says so once; it is not asked again this run.
     m_streamStats = ksApi_GetTransportInfo(hCam, &info) && (info.flags & KS_TI_STREAM);
     if (m_streamStats) {
         quint64 values[CxRunHistory::kStreamStats];
         std::copy(info.stream, info.stream + CxRunHistory::kStreamStats, values);
-        history.noteStream(hostNow, values);
+        history.noteStream(now, values);
     }
 }
 
@@ -845,6 +844,7 @@ void CxCameraLineData::runMeasureLoopThrougput()
         }
         captureFailure.succeeded();
         if (stride == 0) {
+            history.noteArrival(m_arrival);
             skipped.skipped(
                 QStringLiteral("Sample period of %1 bytes is shorter than one sample; image skipped")
                     .arg(samplePeriod));
@@ -854,6 +854,7 @@ void CxCameraLineData::runMeasureLoopThrougput()
         const quint32 words = quint32(image.width * image.height * 2u) / 8u;
         const quint64 sampleCount = words / stride;
         if (sampleCount == 0) {
+            history.noteArrival(m_arrival);
             skipped.skipped(
                 QStringLiteral("Image of %1 x %2 pixels holds no sample of %3 bytes; image skipped")
                     .arg(image.width)
@@ -871,7 +872,7 @@ void CxCameraLineData::runMeasureLoopThrougput()
         frame->timestamp = qint64(image.timestampSec) * 1000000 + qint64(image.timestampUsec) + reference;
         frame->sampleCount = sampleCount;
         // Before the store sees it: whatever the store forgets later, the history has it.
-        history.addFrame(frame->frameNumber, frame->timestamp, frame->samples, sampleCount);
+        history.addFrame(frame->frameNumber, frame->timestamp, frame->samples, sampleCount, &m_arrival);
 
         QMutexLocker lock(&dataMutex);
         addFrameTime(double(frame->sampleSpan) / kTicksPerUs);
@@ -927,7 +928,7 @@ void CxCameraLineData::runMeasureLoopAcquisition()
         const qint32 counterValues[CxRunHistory::kCounters] = {
             record->transportSkip, record->apiSkip, record->missedTrgOverlap, record->missedTrgOverflow,
             record->bufferOverflow};
-        history.addCounters(record->frameNumber, timestamp, counterValues);
+        history.addCounters(record->frameNumber, timestamp, counterValues, &m_arrival);
 
         QMutexLocker lock(&dataMutex);
         counterSamples.append(record);

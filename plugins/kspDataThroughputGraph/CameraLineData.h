@@ -241,10 +241,11 @@ private:
     // arrived, a silence and what the camera waits for, and once a second the stream's
     // statistics where the camera keeps them.
     void noteCapture(const KS_IMG* image);
-    void pollStream(bool now);
+    void pollStream(qint64 now);
     qint64 m_nextStreamPollUs = 0;
     bool m_streamStats = false;
     bool m_askedWaiting = false;
+    CxRunHistory::SxArrival m_arrival; // the image captured last, for the history
     // True when no point of the graph can fall inside the frame, so that its summary serves.
     bool wholeFrameInOneBin(CxFrameData* frame, const QCPRange* timeRange, long long start, long long end,
                             double lastX, double minGap);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <time.h>
 
 namespace {
 
@@ -46,6 +47,15 @@ QString tr(const char* text)
     return QCoreApplication::translate("CxRunHistory", text);
 }
 
+// The worker reads it with every image: the coarse clock costs a fifth of the fine one, and
+// its few milliseconds are nothing against rates taken over seconds.
+qint64 coarseMonotonicUs()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return qint64(now.tv_sec) * 1000000 + now.tv_nsec / 1000;
+}
+
 } // namespace
 
 CxRunHistory::CxRunHistory() = default;
@@ -80,7 +90,7 @@ void CxRunHistory::begin(bool acquisition, quint32 samplePeriod, qint32 required
     m_cur = SxBucket();
     m_curIndex = -1;
     m_lastFill = 0.0;
-    m_clock.start();
+    m_clockStartUs = coarseMonotonicUs();
     m_haveArrival = false;
     m_openSilence = -1;
     m_silent = false;
@@ -174,11 +184,13 @@ void CxRunHistory::endDip()
 }
 
 void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64* samples,
-                            quint64 sampleCount)
+                            quint64 sampleCount, const SxArrival* arrival)
 {
+    QMutexLocker lock(&mutex);
+    if (arrival)
+        arrive(*arrival);
     if (!samples || sampleCount < 2)
         return;
-    QMutexLocker lock(&mutex);
     if (m_totals.startOfDayUs < 0)
         m_totals.startOfDayUs = timestamp;
     const qint64 base = timestamp - m_totals.startOfDayUs;
@@ -369,9 +381,12 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
     m_lastUs = atUs;
 }
 
-void CxRunHistory::addCounters(quint32 frameNumber, qint64 timestamp, const qint32 counters[kCounters])
+void CxRunHistory::addCounters(quint32 frameNumber, qint64 timestamp, const qint32 counters[kCounters],
+                               const SxArrival* arrival)
 {
     QMutexLocker lock(&mutex);
+    if (arrival)
+        arrive(*arrival);
     if (m_totals.startOfDayUs < 0)
         m_totals.startOfDayUs = timestamp;
     const qint64 at = std::max<qint64>(timestamp - m_totals.startOfDayUs, 0);
@@ -427,7 +442,7 @@ void CxRunHistory::addCounters(quint32 frameNumber, qint64 timestamp, const qint
 
 qint64 CxRunHistory::hostUs() const
 {
-    return m_clock.isValid() ? m_clock.nsecsElapsed() / 1000 : 0;
+    return m_clockStartUs >= 0 ? coarseMonotonicUs() - m_clockStartUs : 0;
 }
 
 // Host time as the run's own time: its first frame arrived about when its first sample was
@@ -454,9 +469,18 @@ void CxRunHistory::setAsked(double rate, double frames)
     m_totals.setFrames = std::max(frames, 0.0);
 }
 
-void CxRunHistory::noteArrival(qint64 hostUs, quint32 frameNumber, quint64 bytes)
+void CxRunHistory::noteArrival(const SxArrival& arrival)
 {
     QMutexLocker lock(&mutex);
+    arrive(arrival);
+}
+
+// Caller holds the mutex.
+void CxRunHistory::arrive(const SxArrival& arrival)
+{
+    const qint64 hostUs = arrival.hostUs;
+    const quint32 frameNumber = arrival.frameNumber;
+    const quint64 bytes = arrival.bytes;
     SxTotals& t = m_totals;
     SxDeliverySecond& second = deliverySecond(hostUs);
     ++second.frames;

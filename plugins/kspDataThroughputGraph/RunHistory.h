@@ -23,7 +23,6 @@
 // everything.
 #pragma once
 
-#include <QElapsedTimer>
 #include <QMutex>
 #include <QString>
 #include <QVector>
@@ -186,10 +185,20 @@ public:
                double dipThreshold = 0.0);
     // Worker: one stored throughput frame (samples in device ticks, timestamp in microseconds
     // since midnight), or one acquisition record with its five counters.
-    void addFrame(quint32 frameNumber, qint64 timestamp, const quint64* samples, quint64 sampleCount);
-    void addCounters(quint32 frameNumber, qint64 timestamp, const qint32 counters[kCounters]);
-    // Worker: a frame handed over at `hostUs` with `bytes` of image data, whatever the mode.
-    void noteArrival(qint64 hostUs, quint32 frameNumber, quint64 bytes);
+    // What the camera API handed over, on the host's clock, whatever the mode.
+    struct SxArrival
+    {
+        qint64 hostUs = 0;
+        quint32 frameNumber = 0;
+        quint64 bytes = 0;
+    };
+    // `arrival`, when given, is noted under the same lock.
+    void addFrame(quint32 frameNumber, qint64 timestamp, const quint64* samples, quint64 sampleCount,
+                  const SxArrival* arrival = nullptr);
+    void addCounters(quint32 frameNumber, qint64 timestamp, const qint32 counters[kCounters],
+                     const SxArrival* arrival = nullptr);
+    // Worker: a frame handed over that nothing else was made of.
+    void noteArrival(const SxArrival& arrival);
     // No image at `hostUs`: a silence since the last one becomes an event once it lasts
     // kSilenceUs. True when that made a new silence.
     bool noteNoImage(qint64 hostUs);
@@ -251,6 +260,7 @@ private:
     void addEvent(const SxEvent& event);
     void endDip();
     qint64 runUs(qint64 hostUs) const;
+    void arrive(const SxArrival& arrival);
     SxDeliverySecond& deliverySecond(qint64 hostUs);
     // False when the snapshots kept are all worse than `event`; otherwise drops the least bad
     // one if they are full.
@@ -289,7 +299,7 @@ private:
     std::deque<SxCounterRecord> m_recentRecords; // the last kSnapshotRecords
     double m_lastFill = 0.0; // the modelled buffer as the last frame ended
 
-    QElapsedTimer m_clock;
+    qint64 m_clockStartUs = -1; // the coarse monotonic clock at begin(); -1: no run yet
     bool m_haveArrival = false;
     quint32 m_lastArrivalFrame = 0;
     bool m_silent = false;  // no image for kSilenceUs, and none since
