@@ -16,17 +16,17 @@
 %2</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1255"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1315"/>
         <source>Exporting %1 data</source>
         <translation>Daten von %1 werden exportiert</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1256"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1316"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1257"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1317"/>
         <source>Data throughput monitor</source>
         <translation>Datendurchsatz-Monitor</translation>
     </message>
@@ -343,52 +343,51 @@ größe</translation>
         <translation>Zählerstand</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="891"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="903"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="957"/>
         <source>Run history...</source>
         <translation>Verlauf des Laufs...</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1384"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1436"/>
         <source>Failed to start measurement</source>
         <translation>Messung konnte nicht gestartet werden</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1385"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1437"/>
         <source>Camera %1 does not support 
  data throughput analysis in Lumorix.</source>
         <translation>Kamera %1 unterstützt 
  die Datendurchsatzanalyse in Lumorix nicht.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1400"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1476"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1452"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1528"/>
         <source>Stopping measurement</source>
         <translation>Messung wird gestoppt</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1407"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1439"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1459"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1491"/>
         <source>Starting measurement</source>
         <translation>Messung wird gestartet</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1686"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1738"/>
         <source>Export Measured Data</source>
         <translation>Messdaten exportieren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1686"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1738"/>
         <source>No measured data to export.</source>
         <translation>Keine Messdaten zum Exportieren.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1692"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1744"/>
         <source>Select Output File for Measured Data</source>
         <translation>Ausgabedatei für Messdaten wählen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1693"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1745"/>
         <source>CSV files (*.csv)</source>
         <translation>CSV-Dateien (*.csv)</translation>
     </message>
@@ -472,12 +471,12 @@ größe</translation>
 <context>
     <name>CxHistoryPlot</name>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/HistoryPlot.cpp" line="64"/>
+        <location filename="../plugins/kspDataThroughputGraph/HistoryPlot.cpp" line="69"/>
         <source>Run history, 1 s resolution</source>
         <translation>Verlauf des Laufs, Auflösung 1 s</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/HistoryPlot.cpp" line="65"/>
+        <location filename="../plugins/kspDataThroughputGraph/HistoryPlot.cpp" line="70"/>
         <source>Run history, 10 ms resolution</source>
         <translation>Verlauf des Laufs, Auflösung 10 ms</translation>
     </message>
@@ -485,32 +484,132 @@ größe</translation>
 <context>
     <name>CxRunHistory</name>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="479"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="19"/>
+        <source>missing packets</source>
+        <translation>fehlende Pakete</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="19"/>
+        <source>resend requests</source>
+        <translation>Wiederholungsanfragen</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="20"/>
+        <source>resent packets</source>
+        <translation>wiederholte Pakete</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="20"/>
+        <source>underruns</source>
+        <translation>Unterläufe</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="21"/>
+        <source>failures</source>
+        <translation>Fehlschläge</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="21"/>
+        <source>timeouts</source>
+        <translation>Zeitüberschreitungen</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="22"/>
+        <source>transferred bytes</source>
+        <translation>übertragene Bytes</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="811"/>
+        <source>Delivered %1 MB/s (%2 frames/s)</source>
+        <translation>Geliefert %1 MB/s (%2 Bilder/s)</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="814"/>
+        <source>%1; what the camera is set to send is not known.</source>
+        <translation>%1; was die Kamera senden soll, ist unbekannt.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="815"/>
+        <source>%1 of the %2 MB/s (%3 frames/s) the camera is set to send</source>
+        <translation>%1 der %2 MB/s (%3 Bilder/s), die die Kamera senden soll</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="822"/>
+        <source>%1: the link or the host carries %2 % of it.</source>
+        <translation>%1: Verbindung oder Rechner tragen %2 % davon.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="832"/>
+        <source>The camera stopped answering at %1 s: the run ended there.</source>
+        <translation>Die Kamera antwortete ab %1 s nicht mehr: Dort endete der Lauf.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="835"/>
+        <source>No image came for %1 s from %2 s on.</source>
+        <translation>Ab %2 s kam %1 s lang kein Bild.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="837"/>
+        <source>No image came for %1 s from %2 s on: %3.</source>
+        <translation>Ab %2 s kam %1 s lang kein Bild: %3.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="842"/>
+        <source>No image arrived in %1 s.</source>
+        <translation>In %1 s kam kein Bild an.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="843"/>
+        <source>No image arrived in %1 s: %2.</source>
+        <translation>In %1 s kam kein Bild an: %2.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="845"/>
         <source>Nothing measured yet.</source>
         <translation>Noch nichts gemessen.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="492"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="860"/>
         <source>%1 skipped frames, missed triggers and overflows</source>
         <translation>%1 übersprungene Bilder, verpasste Trigger und Überläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="492"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="860"/>
         <source>%1 overflows</source>
         <translation>%1 Überläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="494"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="861"/>
         <source>%1 in %2: fewer than %3 per hour at 95 % confidence (%4 / %5 h).</source>
         <translation>%1 in %2: weniger als %3 pro Stunde mit 95 % Konfidenz (%4 / %5 h).</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="503"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="871"/>
+        <source>%1 of the %2 frames the camera sent never arrived (%3 %).</source>
+        <translation>%1 der %2 Bilder, die die Kamera sandte, kamen nie an (%3 %).</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="877"/>
+        <source>%1 packets went missing on the way; %2 resend requests brought back %3.</source>
+        <translation>%1 Pakete gingen unterwegs verloren; %2 Wiederholungsanfragen brachten %3 zurück.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="892"/>
+        <source>Link average %1 MB/s inside frames, but %2 MB/s delivered against %3 MB/s required: no headroom.</source>
+        <translation>Mittel der Verbindung %1 MB/s innerhalb der Bilder, aber %2 MB/s geliefert gegen %3 MB/s benötigt: keine Reserve.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="899"/>
         <source>Link average %1 MB/s against %2 MB/s required: headroom %3 (%1 / %2).</source>
         <translation>Mittel der Verbindung %1 MB/s gegen %2 MB/s benötigt: Reserve %3 (%1 / %2).</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="510"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="908"/>
+        <source>The link falls behind by %1 MB/s; the camera&apos;s buffer size is not known.</source>
+        <translation>Die Verbindung bleibt um %1 MB/s zurück; die Puffergröße der Kamera ist unbekannt.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="914"/>
         <source>The link falls behind by %1 MB/s: the camera&apos;s buffer of %2 MB lasts %3 s of continuous acquisition (%2 MB / %1 MB/s).</source>
         <translation>Die Verbindung bleibt um %1 MB/s zurück: der Puffer der Kamera von %2 MB reicht für %3 s durchgehende Aufnahme (%2 MB / %1 MB/s).</translation>
     </message>
@@ -589,117 +688,167 @@ größe</translation>
     </message>
     <message>
         <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="28"/>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="164"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="190"/>
         <source>Buffer overflow</source>
         <translation>Pufferüberlauf</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="52"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="60"/>
         <source>Run history of %1</source>
         <translation>Verlauf des Laufs von %1</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="94"/>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="109"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="102"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="117"/>
         <source>Open Run Log</source>
         <translation>Laufprotokoll öffnen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="94"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="102"/>
         <source>%1 cannot be read:
 %2</source>
         <translation>%1 kann nicht gelesen werden:
 %2</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="99"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="107"/>
         <source>Run log of %1: %2</source>
         <translation>Laufprotokoll von %1: %2</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="110"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="118"/>
         <source>Run logs (*.log.csv);;CSV files (*.csv)</source>
         <translation>Laufprotokolle (*.log.csv);;CSV-Dateien (*.csv)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="125"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="133"/>
         <source>Start</source>
         <translation>Beginn</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="126"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="134"/>
         <source>Duration</source>
         <translation>Dauer</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="127"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="135"/>
         <source>Frames</source>
         <translation>Bilder</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="132"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="140"/>
         <source>Bytes</source>
         <translation>Bytes</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="133"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="141"/>
         <source>Link average</source>
         <translation>Mittel der Verbindung</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="134"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="142"/>
         <source>Lowest speed</source>
         <translation>Niedrigste Geschwindigkeit</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="134"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="142"/>
         <source>%1 MB/s at %2 s</source>
         <translation>%1 MB/s bei %2 s</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="137"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="145"/>
         <source>Highest buffer level</source>
         <translation>Höchster Pufferstand</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="137"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="145"/>
         <source>%1 % at %2 s</source>
         <translation>%1 % bei %2 s</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="140"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="148"/>
         <source>Buffer overflows</source>
         <translation>Pufferüberläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="142"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="151"/>
+        <source>Delivered</source>
+        <translation>Geliefert</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="151"/>
+        <source>%1 MB/s, %2 frames/s (%3 frames, %4 GB)</source>
+        <translation>%1 MB/s, %2 Bilder/s (%3 Bilder, %4 GB)</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="157"/>
+        <source>Set to send</source>
+        <translation>Eingestellt zu senden</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="158"/>
+        <source>%1 MB/s, %2 frames/s</source>
+        <translation>%1 MB/s, %2 Bilder/s</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="159"/>
+        <source>Frames not delivered</source>
+        <translation>Nicht gelieferte Bilder</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="165"/>
+        <source>%1 GB</source>
+        <translation>%1 GB</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="166"/>
+        <source>GigE Vision stream</source>
+        <translation>GigE-Vision-Datenstrom</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="168"/>
         <source>Events</source>
         <translation>Ereignisse</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="143"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="169"/>
         <source>%1 (the first %2 listed)</source>
         <translation>%1 (die ersten %2 aufgeführt)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="160"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="186"/>
         <source>Dip</source>
         <translation>Einbruch</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="161"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="187"/>
         <source>%1 MB/s</source>
         <translation>%1 MB/s</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="165"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="191"/>
         <source>%1 frames</source>
         <translation>%1 Bilder</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="169"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="195"/>
         <source>+%1</source>
         <translation>+%1</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="198"/>
+        <source>Camera stopped answering</source>
+        <translation>Kamera antwortet nicht mehr</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="201"/>
+        <source>No image</source>
+        <translation>Kein Bild</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="205"/>
+        <source>%1 in a second at most</source>
+        <translation>höchstens %1 in einer Sekunde</translation>
     </message>
 </context>
 </TS>

@@ -808,18 +808,18 @@ QString deliveryLine(const CxRunHistory::SxTotals& t, bool* short_)
 {
     const double rate = t.deliveredRate();
     const QString delivered =
-        tr("Delivered %1 MB/s (%2 frames/s)").arg(rate, 0, 'f', 1).arg(t.deliveredFrameRate(), 0, 'f', 1);
+        QCoreApplication::translate("CxRunHistory", "Delivered %1 MB/s (%2 frames/s)").arg(rate, 0, 'f', 1).arg(t.deliveredFrameRate(), 0, 'f', 1);
     const double set = t.askedRate();
     if (set <= 0.0)
-        return tr("%1; what the camera is set to send is not known.").arg(delivered);
-    const QString asked = tr("%1 of the %2 MB/s (%3 frames/s) the camera is set to send")
+        return QCoreApplication::translate("CxRunHistory", "%1; what the camera is set to send is not known.").arg(delivered);
+    const QString asked = QCoreApplication::translate("CxRunHistory", "%1 of the %2 MB/s (%3 frames/s) the camera is set to send")
                               .arg(delivered)
                               .arg(set, 0, 'f', 0)
                               .arg(t.askedFrameRate(), 0, 'f', 1);
     *short_ = rate < set * (1.0 - CxRunHistory::kRateTolerance);
     if (!*short_)
         return asked + QLatin1Char('.');
-    return tr("%1: the link or the host carries %2 % of it.").arg(asked).arg(rate / set * 100.0, 0, 'f', 0);
+    return QCoreApplication::translate("CxRunHistory", "%1: the link or the host carries %2 % of it.").arg(asked).arg(rate / set * 100.0, 0, 'f', 0);
 }
 
 } // namespace
