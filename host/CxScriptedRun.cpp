@@ -14,6 +14,7 @@
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QImageWriter>
+#include <QSaveFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLineEdit>
@@ -47,11 +48,6 @@ enum : int
     colLastCounter = 9,
 };
 
-// A camera's name as a file name.
-QString fileNameOf(QString name)
-{
-    return name.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
-}
 
 // A start failure names its camera but not why it failed; a camera that said why is added.
 QString withRefusals(const QString& text)
@@ -65,6 +61,22 @@ QString withRefusals(const QString& text)
             return QStringLiteral("%1 (%2: %3)").arg(text, manager->cameraId(hCam), refusal);
     }
     return text;
+}
+
+// Writes a PNG whole or not at all; empty, or the system's reason (a full disk, not "Unknown
+// error").
+QString savePicture(const QString& path, const QImage& image)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return file.errorString();
+    QImageWriter writer(&file, "png");
+    if (!writer.write(image)) {
+        const QString reason = file.error() != QFileDevice::NoError ? file.errorString() : writer.errorString();
+        file.cancelWriting();
+        return reason;
+    }
+    return file.commit() ? QString() : file.errorString();
 }
 
 int leadingInt(const QString& text, bool* ok)
@@ -174,6 +186,11 @@ void CxScriptedRun::fail(const QString& message)
 
 void CxScriptedRun::start()
 {
+    m_started = true;
+    if (m_signal) {
+        emit finished(128 + m_signal);
+        return;
+    }
     if (!panel()) {
         fail(QStringLiteral("the Data Throughput Graph panel was not loaded"));
         return;
@@ -207,11 +224,23 @@ void CxScriptedRun::start()
         });
         clickPanelButton("btnSetup");
     }
-    if (!clickPanelButton("btnStartAll")) {
+    // What the run must put back, as the cameras have it before anything is changed.
+    for (const SxCameraRun& camera : cameraRuns())
+        m_before.insert(camera.hCam, restoredValues(reinterpret_cast<KSCORE_HANDLE>(camera.hCam)));
+    // The panel paints its progress box while it starts the cameras; a signal seen meanwhile
+    // is acted on once "Start All" is through.
+    m_starting = true;
+    const bool started = clickPanelButton("btnStartAll");
+    m_starting = false;
+    if (!started) {
         fail(QStringLiteral("\"Start All\" could not be pressed"));
         return;
     }
     m_elapsed.start();
+    if (m_signal) {
+        stopAndReport();
+        return;
+    }
     // Nothing to wait for when no camera measures: the refusals are the result.
     bool measuring = false;
     for (const SxCameraRun& camera : cameraRuns())
@@ -223,11 +252,34 @@ void CxScriptedRun::start()
     }
     m_progressTimer.start();
     // Halfway, a picture of the panel while it measures.
-    QTimer::singleShot(int(m_options.durationSeconds * 500.0), Qt::PreciseTimer, this,
-                       [this]() { saveScreenshot(QStringLiteral("measuring.png")); });
+    QTimer::singleShot(int(m_options.durationSeconds * 500.0), Qt::PreciseTimer, this, [this]() {
+        if (!m_stopping)
+            saveMeasuringShot();
+    });
     // A coarse timer may fire up to 5 % early; the run lasts what was asked.
     QTimer::singleShot(int(m_options.durationSeconds * 1000.0), Qt::PreciseTimer, this,
                        &CxScriptedRun::stopAndReport);
+}
+
+void CxScriptedRun::interrupt(int signal)
+{
+    if (m_signal)
+        return;
+    m_signal = signal;
+    const double seconds = m_elapsed.isValid() ? m_elapsed.elapsed() / 1000.0 : 0.0;
+    const QString text = QStringLiteral("interrupted after %1 s").arg(seconds, 0, 'f', 1);
+    if (m_tty)
+        fprintf(stdout, "\n");
+    fprintf(stdout, "%s\n", qPrintable(text));
+    fflush(stdout);
+    m_interruption = text;
+    if (!m_started) {
+        QTimer::singleShot(0, this, [this]() { emit finished(128 + m_signal); });
+        return;
+    }
+    // A stop under way finishes as it is; a start under way is stopped once it is through.
+    if (!m_stopping && !m_starting)
+        stopAndReport();
 }
 
 void CxScriptedRun::showProgress()
@@ -235,6 +287,10 @@ void CxScriptedRun::showProgress()
     QString line = QStringLiteral("measuring %1 of %2 s")
                        .arg(qMin(m_elapsed.elapsed() / 1000.0, m_options.durationSeconds), 0, 'f', 1)
                        .arg(m_options.durationSeconds, 0, 'f', 1);
+    // The last tick and the stop see the same tenth of a second: one line says it.
+    if (line == m_lastProgress)
+        return;
+    m_lastProgress = line;
     for (const SxCameraRun& camera : cameraRuns()) {
         const QVariantMap& run = camera.run;
         QString state;
@@ -346,12 +402,16 @@ void CxScriptedRun::stopAndReport()
         fprintf(stdout, "\n");
     checkCameras();
     checkDeliveries();
+    // A run stopped before its halfway picture takes it now: every run leaves the same files.
+    if (!m_measuringShot)
+        saveMeasuringShot();
     // After a failed start the panel rolled back to "Start All", which must not start again.
     auto* startAll = panel()->findChild<QAbstractButton*>(QStringLiteral("btnStartAll"));
     if (startAll && startAll->text() == QLatin1String("Stop All") && !clickPanelButton("btnStartAll")) {
         fail(QStringLiteral("\"Stop All\" could not be pressed"));
         return;
     }
+    checkRestored();
     // The stopped axis stays where the last refresh left it, up to a refresh period short
     // of the newest samples: the picture and the statistics end at the newest one.
     showUpToNewestSample(kShownSeconds);
@@ -365,16 +425,17 @@ void CxScriptedRun::stopAndReport()
     saveRunHistories();
     m_dialogTimer.stop();
 
+    // Complete or absent: written aside and renamed over the old one only once whole.
     const QString summaryPath = QDir(m_options.outDir).filePath(QStringLiteral("summary.json"));
-    QFile summary(summaryPath);
-    const QJsonObject document{{QStringLiteral("cameras"), cameras},
-                               {QStringLiteral("dialogs"), QJsonArray::fromStringList(m_dialogs)},
-                               {QStringLiteral("failures"), QJsonArray::fromStringList(m_failures)}};
+    QSaveFile summary(summaryPath);
+    QJsonObject document{{QStringLiteral("cameras"), cameras},
+                         {QStringLiteral("dialogs"), QJsonArray::fromStringList(m_dialogs)},
+                         {QStringLiteral("failures"), QJsonArray::fromStringList(m_failures)}};
+    if (m_signal)
+        document.insert(QStringLiteral("interrupted"), m_interruption);
     const QByteArray json = QJsonDocument(document).toJson();
-    if (!summary.open(QIODevice::WriteOnly | QIODevice::Truncate) || summary.write(json) != json.size() ||
-        !summary.flush())
+    if (!summary.open(QIODevice::WriteOnly) || summary.write(json) != json.size() || !summary.commit())
         m_failures.append(QStringLiteral("%1: %2").arg(summaryPath, summary.errorString()));
-    summary.close();
     printSummary(cameras);
     fprintf(stdout, "Results in %s\n", qPrintable(QDir(m_options.outDir).absolutePath()));
     fflush(stdout);
@@ -383,10 +444,58 @@ void CxScriptedRun::stopAndReport()
                 static_cast<long long>(m_failures.size()));
         for (const QString& failure : std::as_const(m_failures))
             fprintf(stderr, "  %s\n", qPrintable(failure));
-        emit finished(1);
+    }
+    if (m_signal) {
+        fprintf(stderr, "lumorix-sim: %s\n", qPrintable(m_interruption));
+        emit finished(128 + m_signal);
         return;
     }
-    emit finished(0);
+    emit finished(m_failures.isEmpty() ? 0 : 1);
+}
+
+QString CxScriptedRun::fileNameOf(const QTableWidgetItem* nameItem) const
+{
+    QString name;
+    QMetaObject::invokeMethod(panel(), "fileNameOf", Q_RETURN_ARG(QString, name),
+                              Q_ARG(qulonglong, nameItem->data(Qt::UserRole).toULongLong()));
+    return name;
+}
+
+void CxScriptedRun::saveMeasuringShot()
+{
+    m_measuringShot = true;
+    saveScreenshot(QStringLiteral("measuring.png"));
+}
+
+QMap<QString, int> CxScriptedRun::restoredValues(void* hCam)
+{
+    QMap<QString, int> values;
+    for (const char* name : {"imgdataformat", "buffer_policy", "output_bit_depth", "output_bit_packing",
+                             "column_fpn_correction", "row_fpn_correction", "LUTEnable",
+                             "test_pattern_generator_selector", "test_pattern"}) {
+        int value = 0;
+        if (ksApi_GetParamInt(hCam, name, value))
+            values.insert(QLatin1String(name), value);
+    }
+    return values;
+}
+
+// A run that leaves a camera changed has failed, whatever it measured.
+void CxScriptedRun::checkRestored()
+{
+    for (const SxCameraRun& camera : cameraRuns()) {
+        if (!m_before.contains(camera.hCam) || camera.run.contains(QStringLiteral("cameraLostAtSeconds")))
+            continue;
+        const QMap<QString, int> before = m_before.value(camera.hCam);
+        const QMap<QString, int> after = restoredValues(reinterpret_cast<KSCORE_HANDLE>(camera.hCam));
+        QStringList changed;
+        for (auto it = before.cbegin(); it != before.cend(); ++it)
+            if (after.value(it.key(), it.value()) != it.value())
+                changed << QStringLiteral("%1 %2 (was %3)").arg(it.key()).arg(after.value(it.key())).arg(it.value());
+        m_restored.insert(camera.hCam, changed.isEmpty());
+        if (!changed.isEmpty())
+            m_failures.append(QStringLiteral("%1: left changed: %2").arg(describe(camera), changed.join(QStringLiteral(", "))));
+    }
 }
 
 void CxScriptedRun::saveRunHistories()
@@ -407,11 +516,10 @@ void CxScriptedRun::saveRunHistories()
             continue;
         QApplication::processEvents();
         const QString shot =
-            QDir(m_options.outDir).filePath(fileNameOf(name->text()) + QStringLiteral(".history.png"));
-        QImageWriter writer(shot);
-        if (!writer.write(window->grab().toImage()))
-            m_failures.append(QStringLiteral("%1: the run history could not be written: %2")
-                                  .arg(shot, writer.errorString()));
+            QDir(m_options.outDir).filePath(fileNameOf(name) + QStringLiteral(".history.png"));
+        const QString error = savePicture(shot, window->grab().toImage());
+        if (!error.isEmpty())
+            m_failures.append(QStringLiteral("%1: the run history could not be written: %2").arg(shot, error));
         window->close();
     }
 }
@@ -421,10 +529,9 @@ void CxScriptedRun::saveScreenshot(const QString& fileName)
     CxDarkTheme::fitTables(m_window);
     QApplication::processEvents();
     const QString shot = QDir(m_options.outDir).filePath(fileName);
-    QImageWriter writer(shot);
-    if (!writer.write(m_window->grab().toImage()))
-        m_failures.append(
-            QStringLiteral("%1: the screenshot could not be written: %2").arg(shot, writer.errorString()));
+    const QString error = savePicture(shot, m_window->grab().toImage());
+    if (!error.isEmpty())
+        m_failures.append(QStringLiteral("%1: the screenshot could not be written: %2").arg(shot, error));
 }
 
 void CxScriptedRun::showUpToNewestSample(double seconds)
@@ -457,7 +564,7 @@ void CxScriptedRun::exportCsvReports()
         if (!run.contains(QStringLiteral("newestFrame")))
             continue;
         const QString path =
-            QDir(m_options.outDir).absoluteFilePath(fileNameOf(name->text()) + QStringLiteral(".csv"));
+            QDir(m_options.outDir).absoluteFilePath(fileNameOf(name) + QStringLiteral(".csv"));
         expectDialog([path](QWidget* modal) {
             auto* dialog = qobject_cast<QFileDialog*>(modal);
             auto* edit = dialog ? dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")) : nullptr;
@@ -513,6 +620,9 @@ QJsonArray CxScriptedRun::summarise() const
         QMetaObject::invokeMethod(panel(), "runOf", Q_RETURN_ARG(QVariantMap, run),
                                   Q_ARG(qulonglong, name->data(Qt::UserRole).toULongLong()));
         camera.insert(QStringLiteral("run"), QJsonObject::fromVariantMap(run));
+        const quintptr hCam = quintptr(name->data(Qt::UserRole).toULongLong());
+        if (m_restored.contains(hCam))
+            camera.insert(QStringLiteral("parametersRestored"), m_restored.value(hCam));
         cameras.append(camera);
     }
     return cameras;

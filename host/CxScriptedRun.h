@@ -9,6 +9,7 @@
 
 #include <QElapsedTimer>
 #include <QJsonArray>
+#include <QMap>
 #include <QObject>
 #include <QSet>
 #include <QString>
@@ -19,6 +20,7 @@
 
 class QMainWindow;
 class QTableWidget;
+class QTableWidgetItem;
 class QWidget;
 
 class CxScriptedRun : public QObject
@@ -38,6 +40,9 @@ public:
 
     // Starts the run; finished() reports the exit code.
     void start();
+    // A signal ends the run early, with everything it would have written: the exit code is
+    // then 128 plus the signal's number.
+    void interrupt(int signal);
 
 signals:
     void finished(int exitCode);
@@ -75,6 +80,20 @@ private:
     // A camera that delivered nothing in the whole run, with what it waits for.
     void checkDeliveries();
     bool m_stopping = false;
+    bool m_measuringShot = false;
+    void saveMeasuringShot();
+    // What the panel names a camera's files.
+    QString fileNameOf(const QTableWidgetItem* nameItem) const;
+    // The values a measurement changes and puts back, as the camera answers them.
+    static QMap<QString, int> restoredValues(void* hCam);
+    void checkRestored();
+    QMap<quintptr, QMap<QString, int>> m_before;
+    QMap<quintptr, bool> m_restored;
+    int m_signal = 0;
+    bool m_started = false;
+    bool m_starting = false;
+    QString m_interruption; // "interrupted after 3.0 s"
+    QString m_lastProgress;
     QSet<quintptr> m_reported; // cameras whose failure is told
     void exportCsvReports();
     QJsonArray summarise() const;

@@ -23,7 +23,11 @@
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTranslator>
+#include <QSocketNotifier>
+#include <csignal>
 #include <cstdio>
+#include <functional>
+#include <unistd.h>
 
 namespace {
 
@@ -136,6 +140,38 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
 QtMessageHandler g_defaultHandler = nullptr;
 
 QPointer<CxMainWindow> g_window;
+
+// SIGINT and SIGTERM end a run in order: the handler only hands the signal to the event loop
+// through a pipe; a second one, while that still runs, ends the process at once.
+int g_signalPipe[2] = {-1, -1};
+volatile sig_atomic_t g_signalsSeen = 0;
+
+void onSignal(int signal)
+{
+    if (g_signalsSeen++ > 0)
+        _exit(128 + signal);
+    const char number = char(signal);
+    const ssize_t written = write(g_signalPipe[1], &number, 1);
+    (void)written;
+}
+
+// Calls `handle` on the GUI thread with each signal's number.
+void catchSignals(QObject* owner, std::function<void(int)> handle)
+{
+    if (pipe(g_signalPipe) != 0)
+        return;
+    auto* notifier = new QSocketNotifier(g_signalPipe[0], QSocketNotifier::Read, owner);
+    QObject::connect(notifier, &QSocketNotifier::activated, owner, [handle]() {
+        char number = 0;
+        if (read(g_signalPipe[0], &number, 1) == 1)
+            handle(int(number));
+    });
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
 
 void filterMessages(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
@@ -250,6 +286,8 @@ int main(int argc, char* argv[])
             exitCode = code;
             QCoreApplication::quit();
         });
+        CxScriptedRun* scripted = run.get();
+        catchSignals(&app, [scripted](int signal) { scripted->interrupt(signal); });
         QTimer::singleShot(0, run.get(), &CxScriptedRun::start);
         app.exec();
     } else {
@@ -258,7 +296,17 @@ int main(int argc, char* argv[])
              options.cameraIds.isEmpty() ? manager->availableCameras() : options.cameraIds)
             manager->openCameraInBackground(id);
         window->discoverCameras();
+        // In the window a signal closes it as the user would: the panels stop and restore
+        // their cameras as they go.
+        int signalled = 0;
+        catchSignals(&app, [&signalled, window](int signal) {
+            signalled = signal;
+            window->close();
+            QCoreApplication::quit();
+        });
         exitCode = app.exec();
+        if (signalled)
+            exitCode = 128 + signalled;
     }
 
     settings->setValue(QStringLiteral("Host/Geometry"), window->saveGeometry());

@@ -337,7 +337,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     // As a spreadsheet reads it: a line for the second, counts as whole numbers, then the events.
     QVERIFY(
         written.readAll().contains("\nsecond,3600.000,3,0,0.000,0.000,0.000000,0.000,0.000000,0,2,3,0,0,1,0.000,0,0,"
-                                   "0.000,0.000,0,0.000,,,,,,,,,,,\nevent,0.001000,0.000000,counter 1,3,3\n"));
+                                   "0.000,0.000,0,0.000,,,,,,,,,,,\nevent,0.001000,0.000000,API skip,3,3\n"));
     // Drawn with two of the counters: each one's count, and its records around every event;
     // nothing of the others.
     CxHistoryPlot::clear(&plot);

@@ -122,7 +122,7 @@ void TestHost::headlessRunLeavesScreenshotReportsAndSummary()
         const double runLink = camera.value("run").toObject().value("linkAverage").toDouble();
         QVERIFY2(qAbs(runLink - expected) <= 0.01 * expected, qPrintable(QString::number(runLink)));
 
-        QString csvName = name;
+        QString csvName = name + QLatin1Char(' ') + config.id;
         csvName.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
         QVERIFY(isPainted(QImage(dir.filePath(csvName + QStringLiteral(".history.png")))));
         QFile csv(dir.filePath(csvName + QStringLiteral(".csv")));
@@ -166,13 +166,13 @@ void TestHost::fullDiskFailsTheRunWithoutHangingIt()
 {
     QTemporaryDir dir;
     QVERIFY(
-        QFile::link(QStringLiteral("/dev/full"), dir.filePath(QStringLiteral("KSC-2000U3_KS2102117_.csv"))));
+        QFile::link(QStringLiteral("/dev/full"), dir.filePath(QStringLiteral("KSC-2000U3_KS2102117_usb3-left.csv"))));
     const SxRun run = runHost({QStringLiteral("--duration"), QStringLiteral("1"), QStringLiteral("--camera"),
                                QStringLiteral("usb3-left"), QStringLiteral("--out"), dir.path()});
     QCOMPARE(run.exitCode, 1);
     QVERIFY2(run.err.contains(
                  QStringLiteral("failed:\n  Export Measured Data: The report could not be written")) &&
-                 run.err.contains(QStringLiteral("KSC-2000U3_KS2102117_.csv: No space left on device")),
+                 run.err.contains(QStringLiteral("KSC-2000U3_KS2102117_usb3-left.csv: No space left on device")),
              qPrintable(run.err));
     QFile summary(dir.filePath(QStringLiteral("summary.json")));
     QVERIFY(summary.open(QIODevice::ReadOnly));
@@ -193,7 +193,7 @@ void TestHost::runLogSurvivesAKill()
     process.start(QStringLiteral(HOST_PATH),
                   {QStringLiteral("--duration"), QStringLiteral("60"), QStringLiteral("--camera"),
                    QStringLiteral("usb3-left"), QStringLiteral("--out"), dir.path()});
-    const QString log = dir.filePath(QStringLiteral("KSC-2000U3_KS2102117_.log.csv"));
+    const QString log = dir.filePath(QStringLiteral("KSC-2000U3_KS2102117_usb3-left.log.csv"));
     auto seconds = [&log]() {
         QFile file(log);
         return file.open(QIODevice::ReadOnly) ? file.readAll().count("\nsecond,") - 1 : 0;

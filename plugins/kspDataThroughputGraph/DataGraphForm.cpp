@@ -887,11 +887,24 @@ QString CxDataGraphForm::newRunFolder() const
                   QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")));
 }
 
+QString CxDataGraphForm::fileNameOf(qulonglong hCam)
+{
+    const KSCORE_HANDLE handle = reinterpret_cast<KSCORE_HANDLE>(quintptr(hCam));
+    const CxCameraLineData* line = cameraLines.value(handle);
+    // The id makes it unique: two cameras of one name and serial number still get a file each.
+    QString name = QStringLiteral("%1 %2").arg(line ? line->cameraName : QString(),
+                                              CxCameraManager::instance()->cameraId(handle));
+    return name.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
+}
+
 void CxDataGraphForm::prepareRunLog(CxCameraLineData* line, const QString& folder)
 {
-    QString fileName = line->cameraName;
-    fileName.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
-    line->runLogPath = QDir(folder).filePath(fileName + QStringLiteral(".log.csv"));
+    // A log never replaces another: a second run into the same folder writes beside it.
+    const QString base = QDir(folder).filePath(fileNameOf(qulonglong(quintptr(line->hCam))));
+    QString path = base + QStringLiteral(".log.csv");
+    for (int n = 2; QFileInfo::exists(path); ++n)
+        path = QStringLiteral("%1-%2.log.csv").arg(base).arg(n);
+    line->runLogPath = path;
 }
 
 void CxDataGraphForm::writeRunLogs()

@@ -103,6 +103,8 @@ public:
     // The folder the next runs write their logs to (one file per camera); empty: a new
     // folder under the application's data folder for each start.
     Q_INVOKABLE void setRunFolder(const QString& folder);
+    // The name every file of a camera's run starts with: its display name and its id.
+    Q_INVOKABLE QString fileNameOf(qulonglong hCam);
     // The run history window of a camera, opened (or raised) beside the panel.
     Q_INVOKABLE void showRunHistory(qulonglong hCam);
     bool IsPlotEnabled(QString name);

@@ -20,6 +20,9 @@ const char* const kStreamStatNames[CxRunHistory::kStreamStats] = {
     QT_TRANSLATE_NOOP("CxRunHistory", "resent packets"),  QT_TRANSLATE_NOOP("CxRunHistory", "underruns"),
     QT_TRANSLATE_NOOP("CxRunHistory", "failures"),        QT_TRANSLATE_NOOP("CxRunHistory", "timeouts"),
     QT_TRANSLATE_NOOP("CxRunHistory", "transferred bytes")};
+// The acquisition counters as the run log names them, in the order of SxTotals::counterIncrease.
+const char* const kLogCounterNames[CxRunHistory::kCounters] = {"transport skip", "API skip", "missed trg overlap",
+                                                               "missed trg overflow", "buffer overflow"};
 // The stream statistics whose bursts are events, and the slot of each in m_openStream.
 constexpr int kBurstStats[2] = {CxRunHistory::StreamMissingPackets, CxRunHistory::StreamUnderruns};
 
@@ -666,12 +669,26 @@ CxRunHistory::SxTotals CxRunHistory::totals() const
 
 QVector<CxRunHistory::SxEvent> CxRunHistory::events() const
 {
-    QMutexLocker lock(&mutex);
-    QVector<SxEvent> events = m_events;
-    // The dip still going on is shown as far as it got.
-    if (m_inDip && events.size() < kMaxEvents)
-        events.append(m_dip);
+    QVector<SxEvent> events;
+    read(nullptr, &events);
     return events;
+}
+
+void CxRunHistory::read(SxTotals* totals, QVector<SxEvent>* events) const
+{
+    QMutexLocker lock(&mutex);
+    if (totals) {
+        *totals = m_totals;
+        // The dip still going on counts among the events as it is listed.
+        if (m_inDip)
+            ++totals->events;
+    }
+    if (events) {
+        *events = m_events;
+        // The dip still going on is shown as far as it got.
+        if (m_inDip && events->size() < kMaxEvents)
+            events->append(m_dip);
+    }
 }
 
 qint64 CxRunHistory::buckets(qint64 fromUs, qint64 toUs, QVector<qint64>* starts, QVector<SxBucket>* out,
@@ -934,7 +951,8 @@ bool CxRunHistory::openLog(const QString& path, const QString& cameraName, QStri
         return true;
     QDir().mkpath(QFileInfo(path).absolutePath());
     auto file = std::make_unique<QFile>(path);
-    if (!file->open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+    // Never over another run's log: its writer may still be at it.
+    if (!file->open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Text)) {
         if (error)
             *error = file->errorString();
         return false;
@@ -1004,7 +1022,7 @@ void CxRunHistory::writeLogLine()
         text += QStringLiteral("event,%1,%2,%3,%4,%5\n")
                     .arg(double(e.startUs) / 1e6, 0, 'f', 6)
                     .arg(double(e.durationUs) / 1e6, 0, 'f', 6)
-                    .arg(e.kind == EventCounter  ? QStringLiteral("counter %1").arg(e.counter)
+                    .arg(e.kind == EventCounter  ? QLatin1String(kLogCounterNames[qBound(0, int(e.counter), kCounters - 1)])
                          : e.kind == EventStream ? QLatin1String(kStreamStatNames[qBound(0, int(e.counter), kStreamStats - 1)])
                                                  : QLatin1String(kEventKindNames[e.kind]))
                     .arg(e.depth, 0, 'g', 8)
@@ -1116,7 +1134,11 @@ bool CxRunHistory::readLog(const QString& path, SxTotals* totals, QVector<SxEven
                     e.kind = EventStream;
                     e.counter = qint8(k);
                 }
-            if (e.kind == EventCounter)
+            for (int k = 0; k < kCounters; ++k)
+                if (kind == QLatin1String(kLogCounterNames[k]))
+                    e.counter = qint8(k);
+            // Logs of earlier versions numbered the counters.
+            if (e.kind == EventCounter && kind.startsWith(QLatin1String("counter ")))
                 e.counter = qint8(kind.section(QLatin1Char(' '), 1).toInt());
             e.depth = text(4).toDouble();
             e.count = text(5).toULongLong();

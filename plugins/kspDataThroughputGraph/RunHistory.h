@@ -217,6 +217,8 @@ public:
 
     SxTotals totals() const;
     QVector<SxEvent> events() const;
+    // Both from one read, so that they agree while the worker goes on.
+    void read(SxTotals* totals, QVector<SxEvent>* events) const;
     // Fine buckets when [fromUs, toUs) lies in the last 10 minutes, coarse ones otherwise;
     // returns the bucket length used and fills `out` (bucket start times in `starts`).
     qint64 buckets(qint64 fromUs, qint64 toUs, QVector<qint64>* starts, QVector<SxBucket>* out,

@@ -40,6 +40,11 @@ public:
         const auto* number = dynamic_cast<const CxNumberItem*>(&other);
         return number ? m_value < number->m_value : QTableWidgetItem::operator<(other);
     }
+    void set(double value, const QString& text)
+    {
+        m_value = value;
+        setText(text);
+    }
 
 private:
     double m_value;
@@ -88,8 +93,12 @@ int CxRunHistoryDlg::eventRows() const
 
 void CxRunHistoryDlg::refresh()
 {
-    if (m_history)
-        present(m_history->totals(), m_history->events());
+    if (!m_history)
+        return;
+    CxRunHistory::SxTotals totals;
+    QVector<CxRunHistory::SxEvent> events;
+    m_history->read(&totals, &events);
+    present(totals, events);
 }
 
 bool CxRunHistoryDlg::openLog(const QString& path)
@@ -105,7 +114,9 @@ bool CxRunHistoryDlg::openLog(const QString& path)
     detach();
     m_cameraName = name;
     setWindowTitle(tr("Run log of %1: %2").arg(name, QDir::toNativeSeparators(path)));
-    m_shownEvents = -1;
+    m_shown.clear();
+    m_rowOf.clear();
+    ui->events->setRowCount(0);
     present(totals, events);
     return true;
 }
@@ -171,53 +182,80 @@ void CxRunHistoryDlg::present(const CxRunHistory::SxTotals& t, const QVector<CxR
     ui->summary->setText(QStringLiteral("<table>%1</table>").arg(facts));
     ui->verdict->setText(CxRunHistory::verdict(t).text);
 
-    // The table is rebuilt only when events were added, so that a sort or a selection holds.
-    if (events.size() == m_shownEvents)
-        return;
-    m_shownEvents = events.size();
+    showEvents(events);
+}
+
+void CxRunHistoryDlg::showEvents(const QVector<CxRunHistory::SxEvent>& events)
+{
+    auto same = [](const CxRunHistory::SxEvent& a, const CxRunHistory::SxEvent& b) {
+        return a.kind == b.kind && a.counter == b.counter && a.startUs == b.startUs &&
+               a.durationUs == b.durationUs && a.depth == b.depth && a.count == b.count;
+    };
+    // A new run starts the list over.
+    if (events.size() < m_shown.size() || (!m_shown.isEmpty() && !events.isEmpty() &&
+                                           events.first().startUs != m_shown.first().startUs)) {
+        ui->events->setRowCount(0);
+        m_shown.clear();
+        m_rowOf.clear();
+    }
     ui->events->setSortingEnabled(false);
+    const int shown = m_shown.size();
     ui->events->setRowCount(events.size());
     for (int i = 0; i < events.size(); ++i) {
-        const CxRunHistory::SxEvent& e = events[i];
-        QString kind;
-        QString depth;
-        switch (e.kind) {
-        case CxRunHistory::EventDip:
-            kind = tr("Dip");
-            depth = tr("%1 MB/s").arg(e.depth, 0, 'f', 1);
-            break;
-        case CxRunHistory::EventOverflow:
-            kind = tr("Buffer overflow");
-            depth = tr("%1 frames").arg(e.count);
-            break;
-        case CxRunHistory::EventCounter:
-            kind = tr(kCounterNames[qBound(0, int(e.counter), CxRunHistory::kCounters - 1)]);
-            depth = tr("+%1").arg(e.count);
-            break;
-        case CxRunHistory::EventLost:
-            kind = tr("Camera stopped answering");
-            break;
-        case CxRunHistory::EventSilent:
-            kind = tr("No image");
-            break;
-        case CxRunHistory::EventStream:
-            kind = CxRunHistory::streamStatName(e.counter);
-            depth = tr("%1 in a second at most").arg(e.depth, 0, 'f', 0);
-            break;
-        }
-        auto* start =
-            new CxNumberItem(double(e.startUs) / 1e6, QString::number(double(e.startUs) / 1e6, 'f', 3));
-        start->setData(Qt::UserRole, e.startUs);
-        start->setData(Qt::UserRole + 1, e.durationUs);
-        ui->events->setItem(i, colStart, start);
-        ui->events->setItem(i, colDuration,
-                            new CxNumberItem(double(e.durationUs) / 1e3,
-                                             QString::number(double(e.durationUs) / 1e3, 'f', 3)));
-        ui->events->setItem(i, colKind, new QTableWidgetItem(kind));
-        ui->events->setItem(i, colDepth, new CxNumberItem(e.depth, depth));
-        ui->events->setItem(i, colCount, new CxNumberItem(double(e.count), QString::number(e.count)));
+        if (i >= shown)
+            fillEventRow(i, events[i], true);
+        else if (!same(events[i], m_shown[i]))
+            fillEventRow(m_rowOf[i]->row(), events[i], false);
     }
+    m_shown = events;
     ui->events->setSortingEnabled(true);
+}
+
+void CxRunHistoryDlg::fillEventRow(int row, const CxRunHistory::SxEvent& e, bool fresh)
+{
+    QString kind;
+    QString depth;
+    switch (e.kind) {
+    case CxRunHistory::EventDip:
+        kind = tr("Dip");
+        depth = tr("%1 MB/s").arg(e.depth, 0, 'f', 1);
+        break;
+    case CxRunHistory::EventOverflow:
+        kind = tr("Buffer overflow");
+        depth = tr("%1 frames").arg(e.count);
+        break;
+    case CxRunHistory::EventCounter:
+        kind = tr(kCounterNames[qBound(0, int(e.counter), CxRunHistory::kCounters - 1)]);
+        depth = tr("+%1").arg(e.count);
+        break;
+    case CxRunHistory::EventLost:
+        kind = tr("Camera stopped answering");
+        break;
+    case CxRunHistory::EventSilent:
+        kind = tr("No image");
+        break;
+    case CxRunHistory::EventStream:
+        kind = CxRunHistory::streamStatName(e.counter);
+        depth = tr("%1 in a second at most").arg(e.depth, 0, 'f', 0);
+        break;
+    }
+    const double values[] = {double(e.startUs) / 1e6, double(e.durationUs) / 1e3, 0.0, e.depth, double(e.count)};
+    const QString texts[] = {QString::number(values[colStart], 'f', 3), QString::number(values[colDuration], 'f', 3),
+                             kind, depth, QString::number(e.count)};
+    if (fresh) {
+        for (int column = colStart; column <= colCount; ++column)
+            ui->events->setItem(row, column,
+                                column == colKind ? new QTableWidgetItem(texts[column])
+                                                  : new CxNumberItem(values[column], texts[column]));
+        m_rowOf.append(ui->events->item(row, colStart));
+    } else {
+        for (int column = colStart; column <= colCount; ++column)
+            if (auto* number = dynamic_cast<CxNumberItem*>(ui->events->item(row, column)))
+                number->set(values[column], texts[column]);
+    }
+    QTableWidgetItem* start = ui->events->item(row, colStart);
+    start->setData(Qt::UserRole, e.startUs);
+    start->setData(Qt::UserRole + 1, e.durationUs);
 }
 
 void CxRunHistoryDlg::onEventActivated(int row)

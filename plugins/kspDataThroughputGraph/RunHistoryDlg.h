@@ -10,6 +10,7 @@
 #include <QDialog>
 #include <QTimer>
 
+class QTableWidgetItem;
 class Ui_CxRunHistoryDlg;
 
 class CxRunHistoryDlg : public QDialog
@@ -40,11 +41,16 @@ private slots:
 
 private:
     void present(const CxRunHistory::SxTotals& totals, const QVector<CxRunHistory::SxEvent>& events);
+    // Adds the events not shown yet and updates those that went on since: a sort or a
+    // selection holds, and a long list is not rebuilt every second.
+    void showEvents(const QVector<CxRunHistory::SxEvent>& events);
+    void fillEventRow(int row, const CxRunHistory::SxEvent& event, bool fresh);
 
     Ui_CxRunHistoryDlg* ui;
     QString m_cameraName;
     const CxRunHistory* m_history;
     QTimer m_timer;
     qint64 m_startOfDayUs = -1;
-    int m_shownEvents = -1;
+    QVector<CxRunHistory::SxEvent> m_shown; // as the table shows them, in the history's order
+    QVector<QTableWidgetItem*> m_rowOf;     // each shown event's first item, which knows its row
 };
