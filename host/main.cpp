@@ -8,6 +8,7 @@
 #include "CxMainWindow.h"
 #include "CxPluginHost.h"
 #include "CxScriptedRun.h"
+#include "ksCamera/CxCameraRegistry.h"
 #include "ksSim/CxSimulation.h"
 #ifdef KS_HAVE_ARAVIS
 #include "ksAravis/CxAravisBackend.h"
@@ -22,6 +23,7 @@
 #include <QPointer>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QTemporaryFile>
 #include <QTranslator>
 #include <QSocketNotifier>
 #include <csignal>
@@ -36,6 +38,7 @@ struct SxHostOptions
     QString camerasFile;
     QStringList cameraIds;
     bool headless = false;
+    bool listCameras = false;
     double duration = 10.0;
     bool acquisition = false;
     QString outDir;
@@ -58,7 +61,13 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
         "Runs the Lumorix host's plug-ins against simulated cameras and real GenICam cameras. Without "
         "a display (or with --headless) it opens every simulated camera (or those --camera names), "
         "presses \"Start All\" in the Data Throughput Graph panel, measures, presses \"Stop All\" and "
-        "writes panel.png, one CSV report per camera and summary.json into the output folder."));
+        "leaves in the output folder: measuring.png and panel.png (the window while and after it "
+        "measures), per camera <camera>.log.csv (its run log, a line a second), <camera>.history.png "
+        "(its run history window) and in the throughput mode <camera>.csv (the CSV report of the last "
+        "second), then summary.json (every camera's figures, the dialogs and what failed) and "
+        "settings.ini (the panel's settings). <camera> is its name and id. SIGINT or SIGTERM ends the "
+        "run early with all of these; the exit code is then 130 or 143, otherwise 0, or 1 when "
+        "something failed, or 2 for bad input."));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Shows this help."));
     const QCommandLineOption cameras(
@@ -88,7 +97,10 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
         QStringLiteral("language"),
         QStringLiteral("Language of the window and its panels, such as de or en (default: the user's)."),
         QStringLiteral("LANG"));
-    parser.addOptions({help, cameras, camera, headless, duration, mode, out, plugins, language});
+    const QCommandLineOption list(QStringLiteral("list-cameras"),
+                                  QStringLiteral("Lists every camera the backends find, with its id, model, serial "
+                                                 "number and link, and exits."));
+    parser.addOptions({help, cameras, camera, headless, duration, mode, out, plugins, language, list});
     if (!parser.parse(arguments)) {
         fprintf(stderr, "lumorix-sim: %s\nTry --help.\n", qPrintable(parser.errorText()));
         return 2;
@@ -127,6 +139,7 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
     options->outDir = parser.value(out);
     options->pluginDir = parser.value(plugins);
     options->language = parser.value(language);
+    options->listCameras = parser.isSet(list);
     if (parser.isSet(language) && QLocale(options->language).language() == QLocale::C) {
         fprintf(stderr, "lumorix-sim: --language: '%s' is not a language such as de or en\n",
                 qPrintable(options->language));
@@ -234,6 +247,25 @@ int main(int argc, char* argv[])
             }
     }
 
+    if (options.listCameras) {
+        CxCameraRegistry::discover();
+        for (const SxCameraDescription& camera : CxCameraRegistry::cameras())
+            fprintf(stdout, "%s\t%s\t%s\t%s\n", qPrintable(camera.id), qPrintable(camera.modelName),
+                    qPrintable(camera.serialNumber), qPrintable(camera.link));
+        return 0;
+    }
+    // A camera nobody can open is bad input, told before anything starts, with those that can be.
+    for (const QString& id : std::as_const(options.cameraIds)) {
+        if (CxCameraRegistry::accepts(id))
+            continue;
+        QStringList known;
+        for (const SxCameraDescription& camera : CxCameraRegistry::cameras())
+            known << camera.id;
+        fprintf(stderr, "lumorix-sim: --camera: no camera '%s'; these can be opened: %s (or aravis:ADDRESS)\n",
+                qPrintable(id), qPrintable(known.join(QStringLiteral(", "))));
+        return 2;
+    }
+
     // A scripted run keeps its settings with its results, so it neither depends on nor
     // changes what the user's own sessions stored.
     if (options.headless && options.outDir.isEmpty())
@@ -243,6 +275,15 @@ int main(int argc, char* argv[])
     if (options.headless && !QDir().mkpath(options.outDir)) {
         fprintf(stderr, "lumorix-sim: %s: the output folder cannot be created\n", qPrintable(options.outDir));
         return 2;
+    }
+    // A folder that takes no file would lose the run logs: found out before a camera starts.
+    if (options.headless) {
+        QTemporaryFile probe(QDir(options.outDir).filePath(QStringLiteral(".lumorix-sim-XXXXXX")));
+        if (!probe.open()) {
+            fprintf(stderr, "lumorix-sim: %s: the output folder cannot be written: %s\n",
+                    qPrintable(options.outDir), qPrintable(probe.errorString()));
+            return 2;
+        }
     }
     std::unique_ptr<QSettings> settings =
         options.headless

@@ -4,6 +4,7 @@
 #include "RunHistory.h"
 #include "ksSim/CxSimulation.h"
 
+#include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QJsonArray>
@@ -78,6 +79,7 @@ private slots:
     void realWindowUnderAVirtualDisplay();
     void fullDiskFailsTheRunWithoutHangingIt();
     void runLogSurvivesAKill();
+    void anInterruptedRunOfTwinCamerasLeavesEverything();
     void badCommandLinesAreRefusedClearly_data();
     void badCommandLinesAreRefusedClearly();
 };
@@ -222,6 +224,52 @@ void TestHost::runLogSurvivesAKill()
     QVERIFY(totals.frames > 100 && qAbs(totals.linkAverage() - 380.0) < 5.0);
 }
 
+// Ctrl+C two seconds into a run of two cameras of one name: each is stopped and put back,
+// every file of a finished run is there, one log per camera, and the exit code says why.
+void TestHost::anInterruptedRunOfTwinCamerasLeavesEverything()
+{
+    QTemporaryDir dir;
+    QFile config(dir.filePath(QStringLiteral("twins.json")));
+    QVERIFY(config.open(QIODevice::WriteOnly));
+    config.write(R"({"cameras": [{"id": "twin-a", "link": {"rate": 200}}, {"id": "twin-b", "link": {"rate": 200}}]})");
+    config.close();
+    const QString out = dir.filePath(QStringLiteral("out"));
+    QProcess process;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.remove(QStringLiteral("DISPLAY"));
+    process.setProcessEnvironment(env);
+    process.start(QStringLiteral(HOST_PATH), {QStringLiteral("--cameras"), config.fileName(), QStringLiteral("--duration"),
+                                              QStringLiteral("20"), QStringLiteral("--out"), out});
+    QByteArray output;
+    QTRY_VERIFY_WITH_TIMEOUT((output += process.readAllStandardOutput()).contains("measuring 2."), 20000);
+    process.terminate(); // SIGTERM
+    QVERIFY(process.waitForFinished(30000));
+    output += process.readAllStandardOutput();
+    QCOMPARE(process.exitCode(), 143);
+    QVERIFY2(output.contains("interrupted after 2."), output.constData());
+    QStringList files = QDir(out).entryList(QDir::Files);
+    files.sort();
+    const QString twin = QStringLiteral("KSC_Simulated_Camera_00000000_twin-%1%2");
+    QStringList expected{"measuring.png", "panel.png", "settings.ini", "summary.json"};
+    for (const char* id : {"a", "b"})
+        for (const char* suffix : {".csv", ".history.png", ".log.csv"})
+            expected << twin.arg(QLatin1String(id), QLatin1String(suffix));
+    expected.sort();
+    QCOMPARE(files, expected);
+    const QJsonArray cameras = summaryCameras(out);
+    QCOMPARE(cameras.size(), 2);
+    for (int i = 0; i < 2; ++i) {
+        QVERIFY(cameras[i].toObject().value("parametersRestored").toBool());
+        CxRunHistory::SxTotals totals;
+        QVector<CxRunHistory::SxEvent> events;
+        QString name;
+        QString error;
+        QVERIFY2(CxRunHistory::readLog(QDir(out).filePath(expected[i * 3 + 2]), &totals, &events, &name, &error),
+                 qPrintable(error));
+        QVERIFY(totals.frames > 20 && qAbs(totals.linkAverage() - 200.0) < 2.0);
+    }
+}
+
 void TestHost::badCommandLinesAreRefusedClearly_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -274,7 +322,13 @@ void TestHost::badCommandLinesAreRefusedClearly_data()
                                << "cameras[0].bufferSize: must be between 1024 and 2147483647" << 2;
     QTest::newRow("unpaced camera") << camera("unpaced.json", R"("pacing": "unpaced")")
                                     << "cameras[0].pacing: \"unpaced\" runs on a virtual clock" << 2;
-    QTest::newRow("help names the program") << QStringList{"--help"} << "Usage: lumorix-sim [options]" << 0;
+    QTest::newRow("unknown camera") << QStringList{"--camera", "nosuchcam"}
+                                    << "no camera 'nosuchcam'; these can be opened: usb3-left, 5gige-right" << 2;
+    QTest::newRow("output folder that takes no file")
+        << QStringList{"--headless", "--out", "/proc/1"} << "/proc/1: the output folder cannot be written: " << 2;
+    QTest::newRow("help names the program and its files")
+        << QStringList{"--help"} << "Usage: lumorix-sim [options]" << 0;
+    QTest::newRow("the cameras listed") << QStringList{"--list-cameras"} << "usb3-left\tKSC-2000U3\tKS2102117\tUSB3" << 0;
 }
 
 void TestHost::badCommandLinesAreRefusedClearly()
@@ -286,6 +340,10 @@ void TestHost::badCommandLinesAreRefusedClearly()
     const SxRun run = runHost(arguments, QString(), 20000);
     QCOMPARE(run.exitCode, exitCode);
     QVERIFY2((run.err + run.out).contains(message), qPrintable(run.err + run.out));
+    if (arguments.contains(QStringLiteral("--help")))
+        for (const char* file : {"measuring.png", "panel.png", "<camera>.log.csv", "<camera>.history.png",
+                                 "<camera>.csv", "summary.json", "settings.ini"})
+            QVERIFY2(run.out.contains(QLatin1String(file)), file);
 }
 
 QTEST_MAIN(TestHost)

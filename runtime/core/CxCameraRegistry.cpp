@@ -68,6 +68,14 @@ QList<SxCameraDescription> CxCameraRegistry::cameras()
     return all;
 }
 
+bool CxCameraRegistry::accepts(const QString& id)
+{
+    for (const std::shared_ptr<IxCameraBackend>& backend : backends())
+        if (backend->accepts(id))
+            return true;
+    return false;
+}
+
 void CxCameraRegistry::discover()
 {
     for (const std::shared_ptr<IxCameraBackend>& backend : backends())

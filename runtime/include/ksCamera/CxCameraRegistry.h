@@ -18,6 +18,8 @@ public:
     static void addBackend(std::shared_ptr<IxCameraBackend> backend);
     // Every backend's cameras, as last found.
     static QList<SxCameraDescription> cameras();
+    // Whether some backend takes the identifier (listed or not, as a real camera's address).
+    static bool accepts(const QString& id);
     // Every backend looks for cameras again; takes seconds with real cameras, so call it
     // off the GUI thread.
     static void discover();
