@@ -651,22 +651,33 @@ void CxScriptedRun::printTable(const QJsonArray& cameras) const
     if (m_options.acquisitionMode) {
         for (const QJsonValue& entry : cameras) {
             const QJsonObject camera = entry.toObject();
-            fprintf(stdout, "%s (%s)\n", qPrintable(camera.value("name").toString()),
-                    qPrintable(camera.value("status").toString()));
+            fprintf(stdout, "%s (%s): %s\n", qPrintable(camera.value("name").toString()),
+                    qPrintable(camera.value("status").toString()),
+                    qPrintable(camera.value("run").toObject().value("verdictWord").toString()));
             const QJsonObject counters = camera.value("counters").toObject();
             for (auto it = counters.begin(); it != counters.end(); ++it)
                 fprintf(stdout, "  %-22s %10s\n", qPrintable(it.key()), qPrintable(text(it.value())));
         }
         return;
     }
-    fprintf(stdout, "%-36s %-8s %10s %10s %10s %10s\n", "Camera", "Status", "Avg MB/s", "Min MB/s",
-            "Max buf %", "Overflows");
+    // The whole run's figures, from its history: the panel's table shows the store's last
+    // seconds only.
+    fprintf(stdout, "%-36s %-24s %9s %9s %9s %9s %9s %6s  %s\n", "Camera", "Verdict", "Link MB/s", "Deliv MB/s",
+            "Low MB/s", "Max buf %", "Overflows", "Dips", "Deepest dip");
     for (const QJsonValue& entry : cameras) {
         const QJsonObject camera = entry.toObject();
-        fprintf(
-            stdout, "%-36s %-8s %10s %10s %10s %10s\n", qPrintable(camera.value("name").toString()),
-            qPrintable(camera.value("status").toString()), qPrintable(text(camera.value("avgThroughput"))),
-            qPrintable(text(camera.value("minThroughput"))), qPrintable(text(camera.value("maxBufferLevel"))),
-            qPrintable(text(camera.value("bufferOverflowCount"))));
+        const QJsonObject run = camera.value("run").toObject();
+        auto number = [&run](const char* key, int decimals) {
+            return run.contains(QLatin1String(key)) ? QString::number(run.value(QLatin1String(key)).toDouble(), 'f', decimals)
+                                                    : QStringLiteral("-");
+        };
+        const QString deepest = run.value("dips").toDouble() > 0
+                                    ? QStringLiteral("%1 MB/s at %2 s").arg(number("deepestDip", 1), number("deepestDipAtSeconds", 1))
+                                    : QStringLiteral("-");
+        fprintf(stdout, "%-36s %-24s %9s %9s %9s %9s %9s %6s  %s\n", qPrintable(camera.value("name").toString()),
+                qPrintable(run.value("verdictWord").toString()), qPrintable(number("linkAverage", 1)),
+                qPrintable(number("deliveredRate", 1)), qPrintable(number("lowestSpeed", 1)),
+                qPrintable(number("highestLevel", 1)), qPrintable(number("overflows", 0)),
+                qPrintable(number("dips", 0)), qPrintable(deepest));
     }
 }

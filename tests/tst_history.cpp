@@ -72,6 +72,8 @@ private slots:
     void eventsAreFoundWithTheirStartDurationAndDepth();
     void nothingEscapesAStoreThatTurnsOver();
     void verdictShowsItsArithmetic();
+    void verdictWordIsEarned_data();
+    void verdictWordIsEarned();
     void whatArrivedIsCountedOnTheHostsClock();
     void panelDrawsTheHistoryBeforeTheStoreWithoutAWrap();
     void runHistoryWindowShowsTheRunZoomsAndReadsItsLog();
@@ -444,8 +446,9 @@ void TestHistory::verdictShowsItsArithmetic()
     t.bytes = 560e6 * 100;
     t.linkUs = 100e6;
     CxRunHistory::SxVerdict v = CxRunHistory::verdict(t);
-    QVERIFY2(v.text.startsWith(QStringLiteral("0 overflows in 8 h 12 min: fewer than 0.37 per hour at 95 % "
-                                              "confidence (3.00 / 8.2 h).")),
+    QVERIFY2(v.text.startsWith(QStringLiteral("Falls behind: the link averaged 560.0 MB/s over the run against "
+                                              "720 MB/s required.\n0 overflows in 8 h 12 min: fewer than 0.37 "
+                                              "per hour at 95 % confidence (3.00 / 8.2 h).")),
              qPrintable(v.text));
     QVERIFY(qAbs(v.headroom - 560.0 / 720.0) < 1e-9);
     QVERIFY(qAbs(v.bufferLastsSeconds - 268435456.0 / 160e6) < 1e-9);
@@ -457,6 +460,52 @@ void TestHistory::verdictShowsItsArithmetic()
     t.bytes = 0.0;
     t.linkUs = 0.0;
     QVERIFY(!CxRunHistory::verdict(t).text.contains(QStringLiteral("headroom")));
+}
+
+void TestHistory::verdictWordIsEarned_data()
+{
+    QTest::addColumn<double>("hours");
+    QTest::addColumn<double>("linkRate");
+    QTest::addColumn<bool>("dip");
+    QTest::addColumn<bool>("lost");
+    QTest::addColumn<QString>("word");
+    QTest::newRow("three hours clean") << 3.1 << 400.0 << false << false << "Keeps up: everything the camera sent arrived";
+    QTest::newRow("three hours with a dip")
+        << 3.1 << 400.0 << true << false << "Keeps up, with dips the buffer absorbed: 1 dips, the deepest to 100.0 MB/s";
+    QTest::newRow("ten seconds") << 10.0 / 3600 << 400.0 << false << false
+                                 << "Too short to tell: nothing went wrong in 10.2 s, but only a run of 3 h 0 min";
+    QTest::newRow("a slow link") << 10.0 / 3600 << 250.0 << false << false
+                                 << "Falls behind: the link averaged 250.0 MB/s over the run against 300 MB/s";
+    QTest::newRow("a camera gone") << 10.0 / 3600 << 400.0 << false << true << "Camera lost: it stopped answering at";
+}
+
+// Each word from a run made to earn it: frames back to back at the link's rate against 300
+// MB/s required, a 64 MiB buffer, everything the camera sent arriving.
+void TestHistory::verdictWordIsEarned()
+{
+    QFETCH(double, hours);
+    QFETCH(double, linkRate);
+    QFETCH(bool, dip);
+    QFETCH(bool, lost);
+    QFETCH(QString, word);
+    CxRunHistory history;
+    history.begin(false, kPeriod, 300, 64 << 20);
+    history.setAsked(300.0);
+    quint64 tick = 0;
+    quint32 number = 0;
+    for (qint64 us = 0; us < qint64(hours * 3.6e9);) {
+        const std::vector<quint64> samples =
+            dip && number == 100 ? frame(tick, linkRate, 40, 42, 100.0) : frame(tick, linkRate);
+        const CxRunHistory::SxArrival arrival{us, number, quint64(kSteps) * kPeriod};
+        history.addFrame(number++, us, samples.data(), samples.size(), &arrival);
+        us += qint64((samples.back() - samples.front()) / 250u);
+        tick = samples.back() + ticksAt(linkRate);
+    }
+    if (lost)
+        history.noteLost(qint64(hours * 3.6e9) + 1000000);
+    history.finish();
+    const CxRunHistory::SxVerdict verdict = CxRunHistory::verdict(history.totals());
+    QVERIFY2(verdict.text.startsWith(word), qPrintable(verdict.text));
 }
 
 void TestHistory::whatArrivedIsCountedOnTheHostsClock()
@@ -511,8 +560,8 @@ void TestHistory::whatArrivedIsCountedOnTheHostsClock()
     history.addCounters(1, 1000000, std::array<qint32, 5>{}.data());
     const QString verdict = CxRunHistory::verdict(history.totals()).text;
     for (const char* said :
-         {"The camera stopped answering at 16.0 s: the run ended there.",
-          "No image came for 12.0 s from 4.0 s on: TriggerMode is On.",
+         {"Camera lost: it stopped answering at 16.0 s, and the run ended there.",
+          "No image came for 12.0 s from 4.0 s on.",
           "of the 100 MB/s (100.0 frames/s) the camera is set to send: the link or the host carries",
           "101 of the 203 frames the camera sent never arrived", "9 packets went missing on the way"})
         QVERIFY2(verdict.contains(QLatin1String(said)), qPrintable(verdict));

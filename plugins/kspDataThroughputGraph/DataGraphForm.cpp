@@ -811,7 +811,8 @@ QVariantMap CxDataGraphForm::runOf(qulonglong hCam)
     quint32 frame = 0;
     if (line->storedSpan(&oldest, &newest, &frame))
         run.insert(QStringLiteral("newestFrame"), frame);
-    const CxRunHistory::SxTotals t = line->history.totals();
+    CxRunHistory::SxTotals t;
+    line->history.read(&t, nullptr);
     const CxRunHistory::SxVerdict verdict = CxRunHistory::verdict(t);
     run.insert(QStringLiteral("durationSeconds"), double(t.durationUs) / 1e6);
     run.insert(QStringLiteral("frames"), t.frames);
@@ -831,6 +832,11 @@ QVariantMap CxDataGraphForm::runOf(qulonglong hCam)
         run.insert(QStringLiteral("highestLevel"), t.highestLevel);
         run.insert(QStringLiteral("highestLevelAtSeconds"), double(t.highestLevelAtUs) / 1e6);
         run.insert(QStringLiteral("overflows"), t.overflows);
+        run.insert(QStringLiteral("dips"), t.dips);
+        if (t.dips > 0) {
+            run.insert(QStringLiteral("deepestDip"), t.deepestDip);
+            run.insert(QStringLiteral("deepestDipAtSeconds"), double(t.deepestDipAtUs) / 1e6);
+        }
         if (verdict.headroom > 0.0)
             run.insert(QStringLiteral("headroom"), verdict.headroom);
         if (verdict.bufferLastsSeconds >= 0.0)
@@ -868,6 +874,8 @@ QVariantMap CxDataGraphForm::runOf(qulonglong hCam)
         run.insert(QStringLiteral("stream"), stream);
     }
     run.insert(QStringLiteral("fallsBehind"), verdict.fallsBehind);
+    run.insert(QStringLiteral("verdictWord"), verdict.word);
+    run.insert(QStringLiteral("verdictReason"), verdict.reason);
     run.insert(QStringLiteral("upperRatePerHour95"), verdict.upperPerHour);
     run.insert(QStringLiteral("verdict"), verdict.text);
     return run;

@@ -174,6 +174,10 @@ void CxRunHistory::endDip()
         return;
     m_inDip = false;
     addEvent(m_dip);
+    if (m_totals.dips++ == 0 || m_dip.depth < m_totals.deepestDip) {
+        m_totals.deepestDip = m_dip.depth;
+        m_totals.deepestDipAtUs = m_dip.startUs;
+    }
     if (!makeRoomFor(m_dip))
         return;
     // Started in the frame being folded: its samples are still at hand. Otherwise they were
@@ -680,8 +684,13 @@ void CxRunHistory::read(SxTotals* totals, QVector<SxEvent>* events) const
     if (totals) {
         *totals = m_totals;
         // The dip still going on counts among the events as it is listed.
-        if (m_inDip)
+        if (m_inDip) {
             ++totals->events;
+            if (totals->dips++ == 0 || m_dip.depth < totals->deepestDip) {
+                totals->deepestDip = m_dip.depth;
+                totals->deepestDipAtUs = m_dip.startUs;
+            }
+        }
     }
     if (events) {
         *events = m_events;
@@ -843,24 +852,82 @@ QString deliveryLine(const CxRunHistory::SxTotals& t, bool* short_)
 
 CxRunHistory::SxVerdict CxRunHistory::verdict(const SxTotals& totals)
 {
+    SxVerdict verdict = arithmetic(totals);
+    sayWord(totals, &verdict);
+    if (!verdict.word.isEmpty())
+        verdict.text = QStringLiteral("%1: %2").arg(verdict.word, verdict.reason) +
+                       (verdict.text.isEmpty() ? QString() : QLatin1Char('\n') + verdict.text);
+    return verdict;
+}
+
+// The one word, from the figures the arithmetic already worked out: a lost camera first, then
+// anything short of what was asked, then whether the run was long enough to prove the rest.
+void CxRunHistory::sayWord(const SxTotals& t, SxVerdict* v)
+{
+    if (t.hostDurationUs <= 0 && t.frames == 0)
+        return;
+    if (t.lostAtUs >= 0) {
+        v->word = tr("Camera lost");
+        v->reason = tr("it stopped answering at %1 s, and the run ended there.").arg(seconds(t.lostAtUs));
+        return;
+    }
+    const double required = double(t.required);
+    const double average = t.linkAverage();
+    // A run folded without its arrivals (an older log) has frames but no delivery to judge.
+    if (t.silentAtUs >= 0 || (t.delivered == 0 && t.frames == 0)) {
+        v->word = tr("Falls behind");
+        v->reason = t.silentAtUs >= 0 ? tr("no image came for %1 s from %2 s on")
+                                            .arg(seconds(t.silentForUs), seconds(t.silentAtUs))
+                                      : tr("no image arrived in %1 s").arg(seconds(t.hostDurationUs));
+        v->reason += t.waitingFor.isEmpty() ? QStringLiteral(".") : QStringLiteral(": %1.").arg(t.waitingFor);
+    } else if (!t.acquisition && required > 0.0 && average > 0.0 && average < required) {
+        v->word = tr("Falls behind");
+        v->reason = tr("the link averaged %1 MB/s over the run against %2 MB/s required.")
+                        .arg(average, 0, 'f', 1)
+                        .arg(t.required);
+    } else if (t.delivered >= 2 && t.askedRate() > 0.0 &&
+               t.deliveredRate() < t.askedRate() * (1.0 - kRateTolerance)) {
+        v->word = tr("Falls behind");
+        v->reason = tr("%1 MB/s arrived of the %2 MB/s the camera is set to send.")
+                        .arg(t.deliveredRate(), 0, 'f', 1)
+                        .arg(t.askedRate(), 0, 'f', 0);
+    } else if (v->events > 0) {
+        v->word = tr("Falls behind");
+        v->reason = t.acquisition ? tr("the camera counted %1 skipped frames, missed triggers and overflows.")
+                                        .arg(v->events)
+                                  : tr("%1 frames filled the camera's buffer.").arg(v->events);
+    } else if (t.lostFrames > 0) {
+        v->word = tr("Falls behind");
+        v->reason = tr("%1 frames the camera sent never arrived.").arg(t.lostFrames);
+    } else if (v->upperPerHour > kProvenPerHour) {
+        v->word = tr("Too short to tell");
+        v->reason = tr("nothing went wrong in %1, but only a run of %2 without a fault proves fewer than one "
+                       "an hour.")
+                        .arg(durationText(t.durationUs), durationText(qint64(std::ceil(poissonUpper95(0) / kProvenPerHour * 60.0) * 6e7)));
+    } else if (t.dips > 0) {
+        v->word = tr("Keeps up, with dips the buffer absorbed");
+        v->reason = tr("%1 dips, the deepest to %2 MB/s at %3 s, never filled the camera's buffer.")
+                        .arg(t.dips)
+                        .arg(t.deepestDip, 0, 'f', 1)
+                        .arg(seconds(t.deepestDipAtUs));
+    } else {
+        v->word = tr("Keeps up");
+        v->reason = tr("everything the camera sent arrived, without a dip or an overflow in %1.")
+                        .arg(durationText(t.durationUs));
+    }
+    v->fallsBehind = v->fallsBehind || v->word == tr("Falls behind");
+}
+
+CxRunHistory::SxVerdict CxRunHistory::arithmetic(const SxTotals& totals)
+{
     SxVerdict verdict;
     QStringList lines;
-    if (totals.lostAtUs >= 0)
-        lines << tr("The camera stopped answering at %1 s: the run ended there.").arg(seconds(totals.lostAtUs));
-    if (totals.silentAtUs >= 0)
-        lines << (totals.waitingFor.isEmpty()
-                      ? tr("No image came for %1 s from %2 s on.")
-                            .arg(seconds(totals.silentForUs), seconds(totals.silentAtUs))
-                      : tr("No image came for %1 s from %2 s on: %3.")
-                            .arg(seconds(totals.silentForUs), seconds(totals.silentAtUs), totals.waitingFor));
+    // The word says the silence, unless the camera's loss took its place.
+    if (totals.lostAtUs >= 0 && totals.silentAtUs >= 0)
+        lines << tr("No image came for %1 s from %2 s on.").arg(seconds(totals.silentForUs), seconds(totals.silentAtUs));
     if (totals.frames == 0 || totals.durationUs <= 0) {
-        if (totals.delivered == 0 && totals.hostDurationUs > 0 && totals.silentAtUs < 0 && totals.lostAtUs < 0)
-            lines << (totals.waitingFor.isEmpty()
-                          ? tr("No image arrived in %1 s.").arg(seconds(totals.hostDurationUs))
-                          : tr("No image arrived in %1 s: %2.").arg(seconds(totals.hostDurationUs), totals.waitingFor));
-        if (lines.isEmpty())
+        if (totals.hostDurationUs <= 0 && lines.isEmpty())
             lines << tr("Nothing measured yet.");
-        verdict.fallsBehind = totals.delivered == 0 && totals.hostDurationUs > 0;
         verdict.text = lines.join(QLatin1Char('\n'));
         return verdict;
     }

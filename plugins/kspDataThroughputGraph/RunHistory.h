@@ -133,6 +133,9 @@ public:
         quint64 counterIncrease[kCounters] = {};
         qint32 firstCounters[kCounters] = {}; // as the run's first record read them
         quint64 events = 0;                   // all found, kept or not
+        quint64 dips = 0;                     // of them, dips; the deepest one's speed and time
+        double deepestDip = 0.0;
+        qint64 deepestDipAtUs = 0;
         quint32 samplePeriod = 0;
         qint32 required = 0;
         qint32 bufferSize = 0;
@@ -166,6 +169,10 @@ public:
     // What the totals prove; numbers for reports and a sentence that shows the arithmetic.
     struct SxVerdict
     {
+        // The answer in words: "Keeps up", "Keeps up, with dips the buffer absorbed", "Falls
+        // behind", "Camera lost" or "Too short to tell", and the sentence that makes it so.
+        QString word;
+        QString reason;
         bool fallsBehind = false; // the delivered rate or the link is short of what is asked
         quint64 events = 0; // overflows, or counter increases in the acquisition mode
         double hours = 0.0;
@@ -229,6 +236,8 @@ public:
     qint64 memoryBytes() const;
 
     static SxVerdict verdict(const SxTotals& totals);
+    // Below this many events an hour (95 % bound) a run proves its link keeps up.
+    static constexpr double kProvenPerHour = 1.0;
     // The 95 % upper bound of a Poisson mean with `k` events seen.
     static double poissonUpper95(quint64 k);
     static QString durationText(qint64 us);
@@ -261,6 +270,8 @@ private:
     SxBucket& coarse(qint64 atUs);
     void addEvent(const SxEvent& event);
     void endDip();
+    static SxVerdict arithmetic(const SxTotals& totals);
+    static void sayWord(const SxTotals& totals, SxVerdict* verdict);
     qint64 runUs(qint64 hostUs) const;
     void arrive(const SxArrival& arrival);
     SxDeliverySecond& deliverySecond(qint64 hostUs);
