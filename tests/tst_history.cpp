@@ -75,6 +75,7 @@ private slots:
     void verdictWordIsEarned_data();
     void verdictWordIsEarned();
     void whatArrivedIsCountedOnTheHostsClock();
+    void eventsGoingOnAreLoggedAndShownAsFarAsTheyGot();
     void panelDrawsTheHistoryBeforeTheStoreWithoutAWrap();
     void runHistoryWindowShowsTheRunZoomsAndReadsItsLog();
 };
@@ -339,7 +340,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     // As a spreadsheet reads it: a line for the second, counts as whole numbers, then the events.
     QVERIFY(
         written.readAll().contains("\nsecond,3600.000,3,0,0.000,0.000,0.000000,0.000,0.000000,0,2,3,0,0,1,0.000,0,0,"
-                                   "0.000,0.000,0,0.000,,,,,,,,,,,\nevent,0.001000,0.000000,API skip,3,3\n"));
+                                   "0.000,0.000,0,0.000,,,,,,,,,,,,3\nevent,0.001000,0.000000,API skip,3,3\n"));
     // Drawn with two of the counters: each one's count, and its records around every event;
     // nothing of the others.
     CxHistoryPlot::clear(&plot);
@@ -397,7 +398,7 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QCOMPARE(afterJump.back().event.count, quint64(50));
     QCOMPARE(history.events().size(), CxRunHistory::kMaxEvents);
     QMetaObject::invokeMethod(&window, "refresh");
-    QVERIFY(summaryOf(&window).contains(QStringLiteral("100002 (the first 100000 listed)")));
+    QVERIFY(summaryOf(&window).contains(QStringLiteral("100002 (100000 of them listed: the worst)")));
     // The window names the first counter too.
     QCOMPARE(window.findChild<QTableWidget*>(QStringLiteral("events"))->item(0, 2)->text(),
              QStringLiteral("Transport skip"));
@@ -592,6 +593,51 @@ void TestHistory::whatArrivedIsCountedOnTheHostsClock()
     history.finish();
     QCOMPARE(history.events().size(), 1);
     QVERIFY(qAbs(history.events()[0].depth - 50.0) < 0.01);
+}
+
+// A run killed while its buffer overflows leaves the overflow with the count of its last whole
+// second, and a dip still going on as far as it got; the window counts what it lists.
+void TestHistory::eventsGoingOnAreLoggedAndShownAsFarAsTheyGot()
+{
+    CxRunHistory history;
+    history.begin(false, kPeriod, 300, 1 << 20);
+    QTemporaryDir dir;
+    const QString log = dir.filePath(QStringLiteral("going-on.log.csv"));
+    QVERIFY(history.openLog(log, QStringLiteral("Overflowing camera")));
+    CxRunHistoryDlg window(QStringLiteral("Overflowing camera"), &history);
+    quint64 tick = 0;
+    quint32 number = 0;
+    auto feed = [&](int frames) {
+        for (int i = 0; i < frames; ++i) {
+            // Slower than required throughout: every frame fills the 1 MiB buffer, one dip on.
+            const std::vector<quint64> samples = frame(tick, 100.0);
+            history.addFrame(number, qint64(number) * 1000000, samples.data(), samples.size());
+            ++number;
+            tick = samples.back() + ticksAt(100.0);
+        }
+        QMetaObject::invokeMethod(&window, "refresh");
+        QVERIFY(summaryOf(&window).contains(
+            QStringLiteral("<td>Events</td><td>&nbsp;&nbsp;%1</td>").arg(window.eventRows())));
+    };
+    feed(5);
+    history.writeLogLine();
+    feed(3);
+    history.writeLogLine();
+    feed(2); // killed before the next second's line
+    CxRunHistory::SxTotals read;
+    QVector<CxRunHistory::SxEvent> events;
+    QString name;
+    QString error;
+    QVERIFY2(CxRunHistory::readLog(log, &read, &events, &name, &error), qPrintable(error));
+    QCOMPARE(events.size(), 2);
+    QCOMPARE(read.events, quint64(2));
+    for (const CxRunHistory::SxEvent& event : std::as_const(events)) {
+        if (event.kind == CxRunHistory::EventOverflow)
+            QCOMPARE(event.count, quint64(8));
+        else
+            QVERIFY(event.kind == CxRunHistory::EventDip && event.durationUs > 7000000);
+    }
+    QCOMPARE(window.eventRows(), 2);
 }
 
 void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()

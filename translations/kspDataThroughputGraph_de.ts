@@ -812,8 +812,8 @@ größe</translation>
     </message>
     <message>
         <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="169"/>
-        <source>%1 (the first %2 listed)</source>
-        <translation>%1 (die ersten %2 aufgeführt)</translation>
+        <source>%1 (%2 of them listed: the worst)</source>
+        <translation>%1 (%2 davon aufgeführt: die schlimmsten)</translation>
     </message>
     <message>
         <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="186"/>

@@ -9,7 +9,9 @@
 #include <QFileInfo>
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <memory>
+#include <tuple>
 #include <time.h>
 
 namespace {
@@ -85,6 +87,8 @@ void CxRunHistory::begin(bool acquisition, quint32 samplePeriod, qint32 required
     m_fineIndex.assign(kFineBuckets, -1);
     m_events.clear();
     m_eventsLogged = 0;
+    m_rewrite.clear();
+    m_leastBad = -1;
     m_snapshots.clear();
     m_inDip = false;
     m_haveLast = false;
@@ -133,11 +137,38 @@ CxRunHistory::SxBucket& CxRunHistory::coarse(qint64 atUs)
     return m_coarse[index];
 }
 
-void CxRunHistory::addEvent(const SxEvent& event)
+int CxRunHistory::addEvent(const SxEvent& event)
 {
     ++m_totals.events;
-    if (m_events.size() < kMaxEvents)
+    if (m_events.size() < kMaxEvents) {
         m_events.append(event);
+        return int(m_events.size()) - 1;
+    }
+    // Full: the least bad event that is over gives way to a worse one, so that a long run
+    // keeps its worst events rather than its first.
+    const double threshold = m_totals.dipThreshold;
+    if (m_leastBad < 0)
+        m_leastBad = leastBadEvent();
+    if (m_leastBad < 0 || badness(m_events[m_leastBad], threshold) <= badness(event, threshold))
+        return -1;
+    const int slot = m_leastBad;
+    m_events[slot] = event;
+    m_rewrite.push_back(slot);
+    m_leastBad = -1; // looked for again only when a later event needs the room
+    return slot;
+}
+
+int CxRunHistory::leastBadEvent() const
+{
+    const double threshold = m_totals.dipThreshold;
+    int least = -1;
+    for (int i = 0; i < m_events.size(); ++i) {
+        if (i == m_openOverflow || i == m_openSilence || i == m_openStream[0] || i == m_openStream[1])
+            continue;
+        if (least < 0 || badness(m_events[i], threshold) > badness(m_events[least], threshold))
+            least = i;
+    }
+    return least;
 }
 
 bool CxRunHistory::makeRoomFor(const SxEvent& event)
@@ -369,9 +400,7 @@ void CxRunHistory::addFrame(quint32 frameNumber, qint64 timestamp, const quint64
             ++open.count;
         } else {
             const SxEvent event{EventOverflow, -1, at, end - at, 100.0, 1};
-            const bool kept = m_events.size() < kMaxEvents;
-            addEvent(event);
-            m_openOverflow = kept ? int(m_events.size()) - 1 : -1;
+            m_openOverflow = addEvent(event);
             if (makeRoomFor(event))
                 m_snapshots.push_back(window(event, samples, sampleCount, overflowAt, base));
         }
@@ -537,9 +566,7 @@ bool CxRunHistory::noteNoImage(qint64 hostUs)
         m_silent = true;
         if (t.silentAtUs < 0)
             t.silentAtUs = since;
-        const bool kept = m_events.size() < kMaxEvents;
-        addEvent(SxEvent{EventSilent, -1, m_haveArrival ? runUs(since) : 0, 0, 0.0, 0});
-        m_openSilence = kept ? int(m_events.size()) - 1 : -1;
+        m_openSilence = addEvent(SxEvent{EventSilent, -1, m_haveArrival ? runUs(since) : 0, 0, 0.0, 0});
     }
     if (m_openSilence >= 0)
         m_events[m_openSilence].durationUs = hostUs - since;
@@ -602,10 +629,8 @@ void CxRunHistory::noteStream(qint64 hostUs, const quint64 values[kStreamStats])
             continue;
         }
         const qint64 from = runUs(m_haveStream ? m_lastStreamUs : 0);
-        const bool kept = m_events.size() < kMaxEvents;
-        addEvent(SxEvent{EventStream, qint8(stat), from, runUs(hostUs) - from, double(increase[stat]),
-                         quint64(increase[stat])});
-        open = kept ? int(m_events.size()) - 1 : -1;
+        open = addEvent(SxEvent{EventStream, qint8(stat), from, runUs(hostUs) - from, double(increase[stat]),
+                                quint64(increase[stat])});
     }
     std::copy(values, values + kStreamStats, m_lastStream);
     m_lastStreamUs = hostUs;
@@ -1034,7 +1059,7 @@ bool CxRunHistory::openLog(const QString& path, const QString& cameraName, QStri
             "missed trg overlap,missed trg overflow,buffer overflow,host time [s],delivered frames,"
             "delivered bytes,delivered [MB/s],delivered [frames/s],lost frames,set rate [MB/s],"
             "camera lost at [s],silent from [s],silent for [s],missing packets,resend requests,"
-            "resent packets,underruns,stream failures,stream timeouts,stream bytes,waiting for\n"
+            "resent packets,underruns,stream failures,stream timeouts,stream bytes,waiting for,events found\n"
             "event,start [s],duration [s],kind,depth,count\n")
             .arg(cameraName, QDateTime::currentDateTime().toString(Qt::ISODate),
                  m_totals.acquisition ? QStringLiteral("acquisition") : QStringLiteral("throughput"))
@@ -1083,18 +1108,38 @@ void CxRunHistory::writeLogLine()
         text += QLatin1Char(',') + (t.hasStream ? QString::number(value) : QString());
     // The camera's own words, kept to one field.
     text += QLatin1Char(',') + QString(t.waitingFor).replace(QLatin1Char(','), QLatin1Char(';'));
+    text += QLatin1Char(',') + QString::number(t.events + (m_inDip ? 1 : 0));
     text += QLatin1Char('\n');
-    for (; m_eventsLogged < m_events.size(); ++m_eventsLogged) {
-        const SxEvent& e = m_events[m_eventsLogged];
-        text += QStringLiteral("event,%1,%2,%3,%4,%5\n")
-                    .arg(double(e.startUs) / 1e6, 0, 'f', 6)
-                    .arg(double(e.durationUs) / 1e6, 0, 'f', 6)
-                    .arg(e.kind == EventCounter  ? QLatin1String(kLogCounterNames[qBound(0, int(e.counter), kCounters - 1)])
-                         : e.kind == EventStream ? QLatin1String(kStreamStatNames[qBound(0, int(e.counter), kStreamStats - 1)])
-                                                 : QLatin1String(kEventKindNames[e.kind]))
-                    .arg(e.depth, 0, 'g', 8)
-                    .arg(e.count);
-    }
+    // New events, those that replaced others, and those still going on as far as they got:
+    // a reader keeps the latest line of each, so a killed run loses at most this second.
+    auto line = [](const SxEvent& e) {
+        return QStringLiteral("event,%1,%2,%3,%4,%5\n")
+            .arg(double(e.startUs) / 1e6, 0, 'f', 6)
+            .arg(double(e.durationUs) / 1e6, 0, 'f', 6)
+            .arg(e.kind == EventCounter  ? QLatin1String(kLogCounterNames[qBound(0, int(e.counter), kCounters - 1)])
+                 : e.kind == EventStream ? QLatin1String(kStreamStatNames[qBound(0, int(e.counter), kStreamStats - 1)])
+                                         : QLatin1String(kEventKindNames[e.kind]))
+            .arg(e.depth, 0, 'g', 8)
+            .arg(e.count);
+    };
+    std::vector<int> again = m_rewrite;
+    again.insert(again.end(), m_openLogged.begin(), m_openLogged.end());
+    m_openLogged.clear();
+    for (int open : {m_openOverflow, m_openSilence, m_openStream[0], m_openStream[1]})
+        if (open >= 0) {
+            again.push_back(open);
+            m_openLogged.push_back(open);
+        }
+    std::sort(again.begin(), again.end());
+    again.erase(std::unique(again.begin(), again.end()), again.end());
+    for (int index : again)
+        if (index < m_eventsLogged)
+            text += line(m_events[index]);
+    m_rewrite.clear();
+    for (; m_eventsLogged < m_events.size(); ++m_eventsLogged)
+        text += line(m_events[m_eventsLogged]);
+    if (m_inDip)
+        text += line(m_dip);
     // One write and a flush: a process killed now loses at most this second.
     m_log->write(text.toUtf8());
     m_log->flush();
@@ -1102,7 +1147,7 @@ void CxRunHistory::writeLogLine()
 
 namespace {
 
-constexpr int kLogSecondFields = 33;
+constexpr int kLogSecondFields = 34;
 
 // The columns after the counters of a log's "second" line.
 void readDelivery(const QList<QByteArray>& f, CxRunHistory::SxTotals* t)
@@ -1133,6 +1178,7 @@ void readDelivery(const QList<QByteArray>& f, CxRunHistory::SxTotals* t)
     for (int k = 0; k < CxRunHistory::kStreamStats; ++k)
         t->stream[k] = number(25 + k).toULongLong();
     t->waitingFor = number(32);
+    t->events = number(33).toULongLong();
 }
 
 } // namespace
@@ -1148,6 +1194,7 @@ bool CxRunHistory::readLog(const QString& path, SxTotals* totals, QVector<SxEven
     *totals = SxTotals();
     events->clear();
     bool sawLine = false;
+    std::map<std::tuple<int, int, qint64>, int> written; // each event's place in `events`
     while (!file.atEnd()) {
         const QByteArray line = file.readLine();
         // A line cut by a crash has no newline: what is whole is read, the rest ignored.
@@ -1209,10 +1256,19 @@ bool CxRunHistory::readLog(const QString& path, SxTotals* totals, QVector<SxEven
                 e.counter = qint8(kind.section(QLatin1Char(' '), 1).toInt());
             e.depth = text(4).toDouble();
             e.count = text(5).toULongLong();
-            events->append(e);
+            // An event written while it went on comes again with its later figures.
+            const auto key = std::make_tuple(int(e.kind), int(e.counter), e.startUs);
+            const auto seen = written.find(key);
+            if (seen != written.end()) {
+                (*events)[seen->second] = e;
+            } else {
+                written.emplace(key, events->size());
+                events->append(e);
+            }
         }
     }
-    totals->events = quint64(events->size());
+    // Logs of earlier versions did not count the events they found.
+    totals->events = std::max(totals->events, quint64(events->size()));
     if (!sawLine) {
         *error = QStringLiteral("no complete second in the run log");
         return false;

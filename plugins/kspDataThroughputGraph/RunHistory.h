@@ -268,7 +268,10 @@ public:
 private:
     void closeFineBucket();
     SxBucket& coarse(qint64 atUs);
-    void addEvent(const SxEvent& event);
+    // Where the event was kept, or -1.
+    int addEvent(const SxEvent& event);
+    // The kept event that a worse one may replace: not one that still goes on.
+    int leastBadEvent() const;
     void endDip();
     static SxVerdict arithmetic(const SxTotals& totals);
     static void sayWord(const SxTotals& totals, SxVerdict* verdict);
@@ -290,6 +293,9 @@ private:
     std::vector<qint64> m_fineIndex; // which 10 ms bucket a slot holds; -1: none
     QVector<SxEvent> m_events;
     int m_eventsLogged = 0;
+    std::vector<int> m_rewrite;    // kept events replaced since the last log line
+    std::vector<int> m_openLogged; // events the last log line wrote while they went on
+    int m_leastBad = -1;
     std::vector<SxSnapshot> m_snapshots;
 
     // The open dip and the frame-level state the next frame continues from.

@@ -177,7 +177,7 @@ void CxRunHistoryDlg::present(const CxRunHistory::SxTotals& t, const QVector<CxR
         row(tr("GigE Vision stream"), stream.join(QStringLiteral(", ")).toHtmlEscaped());
     }
     row(tr("Events"), t.events > quint64(events.size())
-                          ? tr("%1 (the first %2 listed)").arg(t.events).arg(events.size())
+                          ? tr("%1 (%2 of them listed: the worst)").arg(t.events).arg(events.size())
                           : QString::number(t.events));
     ui->summary->setText(QStringLiteral("<table>%1</table>").arg(facts));
     ui->verdict->setText(CxRunHistory::verdict(t).text);
