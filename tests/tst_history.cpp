@@ -638,6 +638,23 @@ void TestHistory::eventsGoingOnAreLoggedAndShownAsFarAsTheyGot()
             QVERIFY(event.kind == CxRunHistory::EventDip && event.durationUs > 7000000);
     }
     QCOMPARE(window.eventRows(), 2);
+    // The window's picture of the run marks each event; a click on a mark selects its row.
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    auto* plot = window.findChild<QCustomPlot*>(QStringLiteral("runPlot"));
+    QCPGraph* dips = nullptr;
+    for (int i = 0; i < plot->graphCount(); ++i)
+        if (plot->graph(i)->name() == QLatin1String("Dips"))
+            dips = plot->graph(i);
+    QVERIFY(dips && dips->dataCount() == 1);
+    plot->replot();
+    const QPoint mark(int(dips->keyAxis()->coordToPixel(dips->data()->begin()->key)),
+                      int(dips->valueAxis()->coordToPixel(dips->data()->begin()->value)));
+    QTest::mouseClick(plot, Qt::LeftButton, {}, mark);
+    auto* table = window.findChild<QTableWidget*>(QStringLiteral("events"));
+    const QList<QTableWidgetItem*> selected = table->selectedItems();
+    QVERIFY(!selected.isEmpty());
+    QCOMPARE(table->item(selected.first()->row(), 2)->text(), QStringLiteral("Dip"));
 }
 
 void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()

@@ -343,51 +343,51 @@ größe</translation>
         <translation>Zählerstand</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="957"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="978"/>
         <source>Run history...</source>
         <translation>Verlauf des Laufs...</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1436"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1457"/>
         <source>Failed to start measurement</source>
         <translation>Messung konnte nicht gestartet werden</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1437"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1458"/>
         <source>Camera %1 does not support 
  data throughput analysis in Lumorix.</source>
         <translation>Kamera %1 unterstützt 
  die Datendurchsatzanalyse in Lumorix nicht.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1452"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1528"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1473"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1549"/>
         <source>Stopping measurement</source>
         <translation>Messung wird gestoppt</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1459"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1491"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1480"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1512"/>
         <source>Starting measurement</source>
         <translation>Messung wird gestartet</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1738"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1759"/>
         <source>Export Measured Data</source>
         <translation>Messdaten exportieren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1738"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1759"/>
         <source>No measured data to export.</source>
         <translation>Keine Messdaten zum Exportieren.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1744"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1765"/>
         <source>Select Output File for Measured Data</source>
         <translation>Ausgabedatei für Messdaten wählen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1745"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1766"/>
         <source>CSV files (*.csv)</source>
         <translation>CSV-Dateien (*.csv)</translation>
     </message>
@@ -484,132 +484,213 @@ größe</translation>
 <context>
     <name>CxRunHistory</name>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="19"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="21"/>
         <source>missing packets</source>
         <translation>fehlende Pakete</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="19"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="21"/>
         <source>resend requests</source>
         <translation>Wiederholungsanfragen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="20"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="22"/>
         <source>resent packets</source>
         <translation>wiederholte Pakete</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="20"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="22"/>
         <source>underruns</source>
         <translation>Unterläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="21"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="23"/>
         <source>failures</source>
         <translation>Fehlschläge</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="21"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="23"/>
         <source>timeouts</source>
         <translation>Zeitüberschreitungen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="22"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="24"/>
         <source>transferred bytes</source>
         <translation>übertragene Bytes</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="811"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="862"/>
         <source>Delivered %1 MB/s (%2 frames/s)</source>
         <translation>Geliefert %1 MB/s (%2 Bilder/s)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="814"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="865"/>
         <source>%1; what the camera is set to send is not known.</source>
         <translation>%1; was die Kamera senden soll, ist unbekannt.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="815"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="866"/>
         <source>%1 of the %2 MB/s (%3 frames/s) the camera is set to send</source>
         <translation>%1 der %2 MB/s (%3 Bilder/s), die die Kamera senden soll</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="822"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="873"/>
         <source>%1: the link or the host carries %2 % of it.</source>
         <translation>%1: Verbindung oder Rechner tragen %2 % davon.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="832"/>
-        <source>The camera stopped answering at %1 s: the run ended there.</source>
-        <translation>Die Kamera antwortete ab %1 s nicht mehr: Dort endete der Lauf.</translation>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="895"/>
+        <source>Camera lost</source>
+        <translation>Kamera verloren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="835"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="896"/>
+        <source>it stopped answering at %1 s, and the run ended there.</source>
+        <translation>sie antwortete ab %1 s nicht mehr, und dort endete der Lauf.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="903"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="909"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="915"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="920"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="925"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="943"/>
+        <source>Falls behind</source>
+        <translation>Hält nicht mit</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="904"/>
+        <source>no image came for %1 s from %2 s on</source>
+        <translation>ab %2 s kam %1 s lang kein Bild</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="906"/>
+        <source>no image arrived in %1 s</source>
+        <translation>in %1 s kam kein Bild an</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="910"/>
+        <source>the link averaged %1 MB/s over the run against %2 MB/s required.</source>
+        <translation>die Verbindung trug im Mittel des Laufs %1 MB/s gegen %2 MB/s benötigt.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="916"/>
+        <source>%1 MB/s arrived of the %2 MB/s the camera is set to send.</source>
+        <translation>%1 MB/s kamen an von den %2 MB/s, die die Kamera senden soll.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="921"/>
+        <source>the camera counted %1 skipped frames, missed triggers and overflows.</source>
+        <translation>die Kamera zählte %1 übersprungene Bilder, verpasste Trigger und Überläufe.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="923"/>
+        <source>%1 frames filled the camera&apos;s buffer.</source>
+        <translation>%1 Bilder füllten den Puffer der Kamera.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="926"/>
+        <source>%1 frames the camera sent never arrived.</source>
+        <translation>%1 Bilder, die die Kamera sandte, kamen nie an.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="928"/>
+        <source>Too short to tell</source>
+        <translation>Zu kurz für ein Urteil</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="929"/>
+        <source>nothing went wrong in %1, but only a run of %2 without a fault proves fewer than one an hour.</source>
+        <translation>in %1 ging nichts schief, aber erst ein Lauf von %2 ohne Fehler belegt weniger als einen pro Stunde.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="933"/>
+        <source>Keeps up, with dips the buffer absorbed</source>
+        <translation>Hält mit, Einbrüche fing der Puffer auf</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="934"/>
+        <source>%1 dips, the deepest to %2 MB/s at %3 s, never filled the camera&apos;s buffer.</source>
+        <translation>%1 Einbrüche, der tiefste auf %2 MB/s bei %3 s, füllten den Puffer der Kamera nie.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="939"/>
+        <source>Keeps up</source>
+        <translation>Hält mit</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="940"/>
+        <source>everything the camera sent arrived, without a dip or an overflow in %1.</source>
+        <translation>alles, was die Kamera sandte, kam an, ohne Einbruch oder Überlauf in %1.</translation>
+    </message>
+    <message>
+        <source>The camera stopped answering at %1 s: the run ended there.</source>
+        <translation type="vanished">Die Kamera antwortete ab %1 s nicht mehr: Dort endete der Lauf.</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="952"/>
         <source>No image came for %1 s from %2 s on.</source>
         <translation>Ab %2 s kam %1 s lang kein Bild.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="837"/>
         <source>No image came for %1 s from %2 s on: %3.</source>
-        <translation>Ab %2 s kam %1 s lang kein Bild: %3.</translation>
+        <translation type="vanished">Ab %2 s kam %1 s lang kein Bild: %3.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="842"/>
         <source>No image arrived in %1 s.</source>
-        <translation>In %1 s kam kein Bild an.</translation>
+        <translation type="vanished">In %1 s kam kein Bild an.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="843"/>
         <source>No image arrived in %1 s: %2.</source>
-        <translation>In %1 s kam kein Bild an: %2.</translation>
+        <translation type="vanished">In %1 s kam kein Bild an: %2.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="845"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="955"/>
         <source>Nothing measured yet.</source>
         <translation>Noch nichts gemessen.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="860"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="969"/>
         <source>%1 skipped frames, missed triggers and overflows</source>
         <translation>%1 übersprungene Bilder, verpasste Trigger und Überläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="860"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="969"/>
         <source>%1 overflows</source>
         <translation>%1 Überläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="861"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="970"/>
         <source>%1 in %2: fewer than %3 per hour at 95 % confidence (%4 / %5 h).</source>
         <translation>%1 in %2: weniger als %3 pro Stunde mit 95 % Konfidenz (%4 / %5 h).</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="871"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="980"/>
         <source>%1 of the %2 frames the camera sent never arrived (%3 %).</source>
         <translation>%1 der %2 Bilder, die die Kamera sandte, kamen nie an (%3 %).</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="877"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="986"/>
         <source>%1 packets went missing on the way; %2 resend requests brought back %3.</source>
         <translation>%1 Pakete gingen unterwegs verloren; %2 Wiederholungsanfragen brachten %3 zurück.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="892"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1001"/>
         <source>Link average %1 MB/s inside frames, but %2 MB/s delivered against %3 MB/s required: no headroom.</source>
         <translation>Mittel der Verbindung %1 MB/s innerhalb der Bilder, aber %2 MB/s geliefert gegen %3 MB/s benötigt: keine Reserve.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="899"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1008"/>
         <source>Link average %1 MB/s against %2 MB/s required: headroom %3 (%1 / %2).</source>
         <translation>Mittel der Verbindung %1 MB/s gegen %2 MB/s benötigt: Reserve %3 (%1 / %2).</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="908"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1017"/>
         <source>The link falls behind by %1 MB/s; the camera&apos;s buffer size is not known.</source>
         <translation>Die Verbindung bleibt um %1 MB/s zurück; die Puffergröße der Kamera ist unbekannt.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="914"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1023"/>
         <source>The link falls behind by %1 MB/s: the camera&apos;s buffer of %2 MB lasts %3 s of continuous acquisition (%2 MB / %1 MB/s).</source>
         <translation>Die Verbindung bleibt um %1 MB/s zurück: der Puffer der Kamera von %2 MB reicht für %3 s durchgehende Aufnahme (%2 MB / %1 MB/s).</translation>
     </message>
@@ -622,233 +703,321 @@ größe</translation>
         <translation>Verlauf des Laufs</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="30"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="26"/>
+        <source>The whole run: the lowest speed and the highest buffer level of each bucket, the required throughput and the events (click one to find it in the table)</source>
+        <translation>Der ganze Lauf: die niedrigste Geschwindigkeit und der höchste Pufferstand jedes Abschnitts, der benötigte Durchsatz und die Ereignisse (ein Klick zeigt es in der Tabelle)</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="43"/>
         <source>What the run proves</source>
         <translation>Was der Lauf belegt</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="49"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="62"/>
         <source>Events (double-click one to see it in the graph):</source>
         <translation>Ereignisse (Doppelklick zeigt eines im Diagramm):</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="66"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="79"/>
         <source>Start [s]</source>
         <translation>Beginn [s]</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="71"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="84"/>
         <source>Duration [ms]</source>
         <translation>Dauer [ms]</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="76"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="89"/>
         <source>Event</source>
         <translation>Ereignis</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="81"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="94"/>
         <source>Depth</source>
         <translation>Tiefe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="86"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="99"/>
         <source>Count</source>
         <translation>Anzahl</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="96"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="109"/>
         <source>Open Run Log...</source>
         <translation>Laufprotokoll öffnen...</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="110"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.ui" line="123"/>
         <source>Close</source>
         <translation>Schließen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="25"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="27"/>
         <source>Transport skip</source>
         <translation>Transport-Auslassungen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="25"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="27"/>
         <source>API skip</source>
         <translation>API-Auslassungen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="26"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="28"/>
         <source>Missed trg. overlap</source>
         <translation>Verpasste Trigger (Überlappung)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="27"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="29"/>
         <source>Missed trg overflow</source>
         <translation>Verpasste Trigger (Überlauf)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="28"/>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="190"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="30"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="229"/>
         <source>Buffer overflow</source>
         <translation>Pufferüberlauf</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="60"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="67"/>
         <source>Run history of %1</source>
         <translation>Verlauf des Laufs von %1</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="102"/>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="117"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="115"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="132"/>
         <source>Open Run Log</source>
         <translation>Laufprotokoll öffnen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="102"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="115"/>
         <source>%1 cannot be read:
 %2</source>
         <translation>%1 kann nicht gelesen werden:
 %2</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="107"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="120"/>
         <source>Run log of %1: %2</source>
         <translation>Laufprotokoll von %1: %2</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="118"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="133"/>
         <source>Run logs (*.log.csv);;CSV files (*.csv)</source>
         <translation>Laufprotokolle (*.log.csv);;CSV-Dateien (*.csv)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="133"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="148"/>
         <source>Start</source>
         <translation>Beginn</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="134"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="149"/>
         <source>Duration</source>
         <translation>Dauer</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="135"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="150"/>
         <source>Frames</source>
         <translation>Bilder</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="140"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="155"/>
         <source>Bytes</source>
         <translation>Bytes</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="141"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="156"/>
         <source>Link average</source>
         <translation>Mittel der Verbindung</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="142"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="157"/>
         <source>Lowest speed</source>
         <translation>Niedrigste Geschwindigkeit</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="142"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="157"/>
         <source>%1 MB/s at %2 s</source>
         <translation>%1 MB/s bei %2 s</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="145"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="160"/>
         <source>Highest buffer level</source>
         <translation>Höchster Pufferstand</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="145"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="160"/>
         <source>%1 % at %2 s</source>
         <translation>%1 % bei %2 s</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="148"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="163"/>
         <source>Buffer overflows</source>
         <translation>Pufferüberläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="151"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="166"/>
         <source>Delivered</source>
         <translation>Geliefert</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="151"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="166"/>
         <source>%1 MB/s, %2 frames/s (%3 frames, %4 GB)</source>
         <translation>%1 MB/s, %2 Bilder/s (%3 Bilder, %4 GB)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="157"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="172"/>
         <source>Set to send</source>
         <translation>Eingestellt zu senden</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="158"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="173"/>
         <source>%1 MB/s, %2 frames/s</source>
         <translation>%1 MB/s, %2 Bilder/s</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="159"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="174"/>
         <source>Frames not delivered</source>
         <translation>Nicht gelieferte Bilder</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="165"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="180"/>
         <source>%1 GB</source>
         <translation>%1 GB</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="166"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="181"/>
         <source>GigE Vision stream</source>
         <translation>GigE-Vision-Datenstrom</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="168"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="183"/>
         <source>Events</source>
         <translation>Ereignisse</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="169"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="184"/>
         <source>%1 (%2 of them listed: the worst)</source>
         <translation>%1 (%2 davon aufgeführt: die schlimmsten)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="186"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="225"/>
         <source>Dip</source>
         <translation>Einbruch</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="187"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="226"/>
         <source>%1 MB/s</source>
         <translation>%1 MB/s</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="191"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="230"/>
         <source>%1 frames</source>
         <translation>%1 Bilder</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="195"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="234"/>
         <source>+%1</source>
         <translation>+%1</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="198"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="237"/>
         <source>Camera stopped answering</source>
         <translation>Kamera antwortet nicht mehr</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="201"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="240"/>
         <source>No image</source>
         <translation>Kein Bild</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="205"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="244"/>
         <source>%1 in a second at most</source>
         <translation>höchstens %1 in einer Sekunde</translation>
+    </message>
+</context>
+<context>
+    <name>CxRunPlot</name>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="29"/>
+        <source>Transport skip</source>
+        <translation>Transport-Auslassungen</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="29"/>
+        <source>API skip</source>
+        <translation>API-Auslassungen</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="30"/>
+        <source>Missed trg. overlap</source>
+        <translation>Verpasste Trigger (Überlappung)</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="30"/>
+        <source>Missed trg overflow</source>
+        <translation>Verpasste Trigger (Überlauf)</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="31"/>
+        <source>Buffer overflow</source>
+        <translation>Pufferüberlauf</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="59"/>
+        <source>Seconds from the run&apos;s start</source>
+        <translation>Sekunden ab Laufbeginn</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="79"/>
+        <source>Required throughput</source>
+        <translation>Benötigter Durchsatz</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="94"/>
+        <source>MB/s</source>
+        <translation>MB/s</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="95"/>
+        <source>Buffer level [%]</source>
+        <translation>Pufferstand [%]</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="99"/>
+        <source>Lowest speed</source>
+        <translation>Niedrigste Geschwindigkeit</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="100"/>
+        <source>Highest buffer level</source>
+        <translation>Höchster Pufferstand</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="112"/>
+        <source>Increase per bucket</source>
+        <translation>Zunahme je Abschnitt</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="113"/>
+        <source>Frames/s</source>
+        <translation>Bilder/s</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="136"/>
+        <source>Delivered</source>
+        <translation>Geliefert</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="148"/>
+        <source>Dips</source>
+        <translation>Einbrüche</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunPlot.cpp" line="149"/>
+        <source>Other events</source>
+        <translation>Andere Ereignisse</translation>
     </message>
 </context>
 </TS>

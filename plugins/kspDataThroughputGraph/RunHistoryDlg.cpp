@@ -2,6 +2,8 @@
 
 #include "ui_RunHistoryDlg.h"
 
+#include <qcustomplot.h>
+
 #include <QDateTime>
 #include <QDir>
 #include <QFileDialog>
@@ -68,6 +70,8 @@ CxRunHistoryDlg::CxRunHistoryDlg(const QString& cameraName, const CxRunHistory* 
     ui->events->verticalHeader()->hide();
     connect(ui->events, &QTableWidget::cellDoubleClicked, this, &CxRunHistoryDlg::onEventActivated);
     connect(ui->btnOpenLog, &QPushButton::clicked, this, &CxRunHistoryDlg::onOpenLog);
+    connect(ui->runPlot, &QCustomPlot::plottableClick, this,
+            [this](QCPAbstractPlottable* plottable, int dataIndex, QMouseEvent*) { onMarkClicked(plottable, dataIndex); });
     connect(&m_timer, &QTimer::timeout, this, &CxRunHistoryDlg::refresh);
     if (m_history) {
         m_timer.start(1000);
@@ -181,6 +185,7 @@ void CxRunHistoryDlg::present(const CxRunHistory::SxTotals& t, const QVector<CxR
                           : QString::number(t.events));
     ui->summary->setText(QStringLiteral("<table>%1</table>").arg(facts));
     ui->verdict->setText(CxRunHistory::verdict(t).text);
+    m_plot.draw(ui->runPlot, m_history, t, events);
 
     showEvents(events);
 }
@@ -256,6 +261,16 @@ void CxRunHistoryDlg::fillEventRow(int row, const CxRunHistory::SxEvent& e, bool
     QTableWidgetItem* start = ui->events->item(row, colStart);
     start->setData(Qt::UserRole, e.startUs);
     start->setData(Qt::UserRole + 1, e.durationUs);
+}
+
+void CxRunHistoryDlg::onMarkClicked(QCPAbstractPlottable* plottable, int dataIndex)
+{
+    const int event = m_plot.eventAt(plottable, dataIndex);
+    if (event < 0 || event >= m_rowOf.size())
+        return;
+    const int row = m_rowOf[event]->row();
+    ui->events->selectRow(row);
+    ui->events->scrollToItem(ui->events->item(row, 0));
 }
 
 void CxRunHistoryDlg::onEventActivated(int row)

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "RunHistory.h"
+#include "RunPlot.h"
 
 #include <QDialog>
 #include <QTimer>
@@ -51,6 +52,8 @@ private:
     const CxRunHistory* m_history;
     QTimer m_timer;
     qint64 m_startOfDayUs = -1;
+    CxRunPlot m_plot;
+    void onMarkClicked(QCPAbstractPlottable* plottable, int dataIndex);
     QVector<CxRunHistory::SxEvent> m_shown; // as the table shows them, in the history's order
     QVector<QTableWidgetItem*> m_rowOf;     // each shown event's first item, which knows its row
 };
