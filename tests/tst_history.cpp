@@ -7,6 +7,7 @@
 #include "HistoryPlot.h"
 #include "PanelTestSupport.h"
 #include "SampleModel.h"
+#include "WallClock.h"
 
 #include <QFileDialog>
 #include <QHeaderView>
@@ -76,6 +77,7 @@ private slots:
     void verdictWordIsEarned();
     void whatArrivedIsCountedOnTheHostsClock();
     void eventsGoingOnAreLoggedAndShownAsFarAsTheyGot();
+    void aRunAcrossMidnightKeepsCounting();
     void panelDrawsTheHistoryBeforeTheStoreWithoutAWrap();
     void runHistoryWindowShowsTheRunZoomsAndReadsItsLog();
 };
@@ -655,6 +657,41 @@ void TestHistory::eventsGoingOnAreLoggedAndShownAsFarAsTheyGot()
     const QList<QTableWidgetItem*> selected = table->selectedItems();
     QVERIFY(!selected.isEmpty());
     QCOMPARE(table->item(selected.first()->row(), 2)->text(), QStringLiteral("Dip"));
+}
+
+// The panel's clock, set by the test.
+qint64 g_clockMs = 0;
+qint64 testClock()
+{
+    return g_clockMs;
+}
+
+// Started ten seconds before midnight, a run shows its samples on both sides of it, at times
+// past 24 h, and its history begins where it began.
+void TestHistory::aRunAcrossMidnightKeepsCounting()
+{
+    CxSimCameraConfig config = camera(QStringLiteral("midnight"), 400.0, 256, 256);
+    config.pacing = ExPacing::RealTime;
+    const KSCORE_HANDLE hCam = open(config);
+    const qint64 midnight = wallclock::midnightBeforeMs(QDateTime::currentMSecsSinceEpoch()) + 86400000;
+    g_clockMs = midnight - 10000;
+    wallclock::setSource(&testClock);
+    CxDataGraphForm form;
+    form.resize(1400, 900);
+    form.show();
+    child<QPushButton>(&form, "btnStartAll")->click();
+    CxCameraLineData* line = form.cameraLines.value(hCam);
+    QTRY_VERIFY_WITH_TIMEOUT(storedRecords(line) > 20, 20000);
+    g_clockMs = midnight + 10000;
+    QMetaObject::invokeMethod(&form, "updateGraph");
+    child<QPushButton>(&form, "btnStartAll")->click();
+    wallclock::setSource(nullptr);
+    QCOMPARE(form.timeAxisReference, 86410LL * 1000000);
+    QCPGraph* minimum = form.GetCameraPlot(hCam)->graphs().value(0);
+    QVERIFY(minimum && minimum->dataCount() > 0);
+    QCOMPARE(line->history.totals().startOfDayUs / 1000000, 86390LL);
+    CxRunHistoryDlg window(QStringLiteral("Midnight"), &line->history);
+    QVERIFY(summaryOf(&window).contains(QStringLiteral("23:59:50.")));
 }
 
 void TestHistory::panelDrawsTheHistoryBeforeTheStoreWithoutAWrap()

@@ -1,6 +1,7 @@
 #include "CameraLineData.h"
 
 #include "SampleModel.h"
+#include "WallClock.h"
 
 #include "PluginLog.h"
 
@@ -55,11 +56,6 @@ enum : int
 constexpr int kUnknownBufferSize = 32768;
 
 // Microseconds since midnight now; 0 when the clock cannot say.
-qint64 wallClockReference()
-{
-    const QTime now = QTime::currentTime();
-    return now.isValid() ? qint64(now.msecsSinceStartOfDay()) * 1000 : 0;
-}
 
 // QString::number rounds an exact tie at the sixth significant digit away from zero;
 // std::to_chars rounds it to even. A tie is a value whose exact decimal has seven
@@ -828,7 +824,7 @@ void CxCameraLineData::pollStream(qint64 now)
 
 void CxCameraLineData::runMeasureLoopThrougput()
 {
-    const qint64 reference = wallClockReference();
+    const qint64 reference = wallclock::sinceMidnightUs(dayStartMs);
     resetFrameTimes();
     if (stopRequested)
         return;
@@ -900,7 +896,7 @@ void CxCameraLineData::ReadCounterValues()
 
 void CxCameraLineData::runMeasureLoopAcquisition()
 {
-    const qint64 reference = wallClockReference();
+    const qint64 reference = wallclock::sinceMidnightUs(dayStartMs);
     resetFrameTimes();
     if (stopRequested)
         return;

@@ -213,6 +213,9 @@ public:
     CxRunHistory history;
     // Where a run appends its log, one line a second; empty: no log. Set between runs.
     QString runLogPath;
+    // The local midnight (milliseconds since the epoch) a run's times count from; 0: the one
+    // before the run starts. The panel gives every camera of a session the same one.
+    qint64 dayStartMs = 0;
     // Link speeds below this count as dips (MB/s); 0: the required throughput.
     double dipThreshold = 0.0;
     // Exports reading the store now, and the frames trimmed or cleared meanwhile, freed when

@@ -7,6 +7,7 @@
 #include "IxAppDelegate.h"
 #include "PluginLog.h"
 #include "ui_DataGraphForm.h"
+#include "WallClock.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -87,12 +88,6 @@ bool carriesHandle(const QObject* object, KSCORE_HANDLE hCam)
     return object && object->property("hCam").isValid() && handleOf(object) == hCam;
 }
 
-// Microseconds since midnight now; 0 when the clock cannot say.
-qint64 currentTimeOfDayUs()
-{
-    const QTime now = QTime::currentTime();
-    return now.isValid() ? qint64(now.msecsSinceStartOfDay()) * 1000 : 0;
-}
 
 QTableWidgetItem* centredItem(const QString& text = QString())
 {
@@ -195,7 +190,7 @@ CxDataGraphForm::CxDataGraphForm(QWidget* parent) : QWidget(parent), ui(new Ui_C
 
     timeAxisUpper = 0.0;
     timeAxisLower = -20.0;
-    timeAxisReference = currentTimeOfDayUs();
+    timeAxisReference = wallclock::sinceMidnightUs(m_dayStartMs);
 }
 
 bool CxDataGraphForm::installTranslation(const QLocale& locale)
@@ -1226,9 +1221,17 @@ void CxDataGraphForm::followCurrentTime()
 {
     for (CxCameraLineData* line : std::as_const(cameraLines))
         if (line->isMeasurementRunning()) {
-            timeAxisReference = currentTimeOfDayUs();
+            timeAxisReference = wallclock::sinceMidnightUs(m_dayStartMs);
             return;
         }
+}
+
+qint64 CxDataGraphForm::runDay()
+{
+    // A start while others measure joins their day; otherwise the day begins anew.
+    if (!anyMeasurementRunning() || m_dayStartMs == 0)
+        m_dayStartMs = wallclock::midnightBeforeMs(wallclock::nowMs());
+    return m_dayStartMs;
 }
 
 double CxDataGraphForm::msPerPixel(const QCPAxisRect* rect) const
@@ -1481,6 +1484,7 @@ void CxDataGraphForm::onBtnMeasure()
                      QStringLiteral("Starting camera %1...").arg(line->cameraName));
         UpdateCameraAutoTransport(hCam);
         prepareRunLog(line, newRunFolder());
+        line->dayStartMs = runDay();
         if (!line->startMeasurement(uint(samplePeriod), maxSamples)) {
             box->hide();
             showStartFailure(line);
@@ -1513,7 +1517,8 @@ void CxDataGraphForm::on_btnStartAll_clicked()
                          QStringLiteral("Starting camera %1...").arg(line->cameraName));
             UpdateCameraAutoTransport(hCam);
             prepareRunLog(line, folder);
-            if (!line->startMeasurement(uint(samplePeriod), maxSamples)) {
+            line->dayStartMs = runDay();
+        if (!line->startMeasurement(uint(samplePeriod), maxSamples)) {
                 showStartFailure(line);
                 failed = true;
                 break;

@@ -220,6 +220,9 @@ private:
     // Live update.
     void updateStats();
     void followCurrentTime();
+    // The midnight the session's runs count their times from, fixed as the first of them starts.
+    qint64 runDay();
+    qint64 m_dayStartMs = 0;
     double msPerPixel(const QCPAxisRect* rect) const;
 
     // Measurement control.

@@ -738,7 +738,8 @@ qint64 CxRunHistory::buckets(qint64 fromUs, qint64 toUs, QVector<qint64>* starts
     const qint64 newestFine = std::max<qint64>(m_totals.durationUs, 0) / kFineUs;
     const qint64 oldestFine = newestFine - kFineBuckets + 1;
     fromUs = std::max<qint64>(fromUs, 0);
-    if (toUs <= fromUs)
+    // A history that never began has no buckets at all.
+    if (toUs <= fromUs || m_fineIndex.empty())
         return kCoarseUs;
     if (fromUs / kFineUs >= oldestFine) {
         for (qint64 index = fromUs / kFineUs; index * kFineUs < toUs && index <= newestFine; ++index) {
