@@ -55,6 +55,12 @@ CxMainWindow::CxMainWindow() : ui(new Ui_CxMainWindow)
 
     CxCameraManager* manager = CxCameraManager::instance();
     connect(manager, &CxCameraManager::cameraOpened, this, &CxMainWindow::onCameraChanged);
+    // A new row may need room, after the panels have taken it; runs and mode switches keep
+    // the window as it is.
+    connect(manager, &CxCameraManager::cameraOpened, this, [this]() {
+        if (m_fitTables)
+            QTimer::singleShot(0, this, [this]() { CxDarkTheme::fitTables(this); });
+    });
     connect(manager, &CxCameraManager::cameraClosed, this, &CxMainWindow::onCameraChanged,
             Qt::QueuedConnection);
     connect(manager, &CxCameraManager::acquisitionStarted, this, &CxMainWindow::onCameraChanged);
@@ -248,9 +254,6 @@ void CxMainWindow::onCameraChanged(KSCORE_HANDLE)
         m_openingId.clear();
     }
     refreshCameraList();
-    // After the panels have taken their rows for the camera.
-    if (m_fitTables)
-        QTimer::singleShot(0, this, [this]() { CxDarkTheme::fitTables(this); });
 }
 
 void CxMainWindow::updateLiveView()

@@ -526,7 +526,10 @@ void CxScriptedRun::saveRunHistories()
 
 void CxScriptedRun::saveScreenshot(const QString& fileName)
 {
-    CxDarkTheme::fitTables(m_window);
+    // Fitted once: the pictures of one run show one window.
+    if (!m_fitted)
+        CxDarkTheme::fitTables(m_window);
+    m_fitted = true;
     QApplication::processEvents();
     const QString shot = QDir(m_options.outDir).filePath(fileName);
     const QString error = savePicture(shot, m_window->grab().toImage());

@@ -81,6 +81,7 @@ private:
     void checkDeliveries();
     bool m_stopping = false;
     bool m_measuringShot = false;
+    bool m_fitted = false;
     void saveMeasuringShot();
     // What the panel names a camera's files.
     QString fileNameOf(const QTableWidgetItem* nameItem) const;

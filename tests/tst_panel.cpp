@@ -582,6 +582,11 @@ void TestPanel::setupDialogConvertsAndApplies()
     form.measureMode = startMode;
     CxCameraLineData* line = form.cameraLines.value(hCam);
     line->frames.append(new CxCameraLineData::CxFrameData);
+    // A run before, in the table's statistics and in its history.
+    line->avgThroughput = 123.0;
+    line->history.begin(false, 4096, 300, 1 << 20);
+    const quint64 samples[] = {0, 2500, 5000};
+    line->history.addFrame(0, 0, samples, 3);
 
     QList<int> seen;
     QList<QSize> sizes;
@@ -629,6 +634,10 @@ void TestPanel::setupDialogConvertsAndApplies()
     QCOMPARE(form.measureMode, result[3]);
     QCOMPARE(int(!line->frames.isEmpty()), result[4]);
     QCOMPARE(table(&form)->columnCount(), result[5]);
+    // A new mode shows nothing of the old one's run.
+    const bool changed = form.measureMode != startMode;
+    QCOMPARE(line->avgThroughput, changed ? 0.0 : 123.0);
+    QCOMPARE(line->history.totals().frames, changed ? quint64(0) : quint64(1));
 }
 
 void TestPanel::graphImageAndCsvExport()

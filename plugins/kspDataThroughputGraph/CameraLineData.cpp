@@ -509,6 +509,20 @@ void CxCameraLineData::clearData()
 }
 
 // Caller holds dataMutex. A frame an export still reads waits until the last export ends.
+void CxCameraLineData::clearRun()
+{
+    clearData();
+    avgThroughput = 0.0;
+    minThroughput = 0.0;
+    maxBufferLevel = 0.0;
+    bufferOverflowCount = 0;
+    frameTimeAvg = 0.0;
+    frameTimeCount = 0;
+    for (CxCounterInfo* counter : std::as_const(counters))
+        counter->value = 0;
+    history.clear();
+}
+
 void CxCameraLineData::retireFrame(CxFrameData* frame)
 {
     if (exportsRunning > 0)

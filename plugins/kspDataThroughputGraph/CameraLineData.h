@@ -137,6 +137,9 @@ public:
 
     // Store and counter table.
     void clearData();
+    // Besides the store, the statistics and the history of the last run: what a new mode must
+    // not show.
+    void clearRun();
     bool isMeasurementRunning();
     bool IsCounterSupported(KS_COUNTER_SELECTOR selector) const;
     int GetCounterValue(KS_COUNTER_SELECTOR selector);

@@ -1693,8 +1693,9 @@ void CxDataGraphForm::on_btnSetup_clicked()
         updateColumnNames();
         return;
     }
+    // Nothing of the old mode stays in the rows or the plots.
     for (CxCameraLineData* line : std::as_const(cameraLines))
-        line->clearData();
+        line->clearRun();
     updateCameraList();
     updateColumnNames();
 }

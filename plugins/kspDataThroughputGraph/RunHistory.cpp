@@ -679,6 +679,18 @@ QString CxRunHistory::streamStatName(int stat)
     return stat >= 0 && stat < kStreamStats ? tr(kStreamStatNames[stat]) : QString();
 }
 
+void CxRunHistory::clear()
+{
+    begin(false, 0, 0, 0);
+    QMutexLocker lock(&mutex);
+    m_totals = SxTotals();
+    m_fine.clear();
+    m_fine.shrink_to_fit();
+    m_fineIndex.clear();
+    m_fineIndex.shrink_to_fit();
+    m_clockStartUs = -1;
+}
+
 void CxRunHistory::finish()
 {
     QMutexLocker lock(&mutex);

@@ -221,6 +221,8 @@ public:
     qint64 hostUs() const;
     // Closes an open dip, as the run ends.
     void finish();
+    // Forgets the run, as if none had been: nothing to show, nothing to draw.
+    void clear();
 
     SxTotals totals() const;
     QVector<SxEvent> events() const;
