@@ -137,7 +137,7 @@ void CxMainWindow::refreshCameraList()
         else if (hCam && manager->isCameraRunning(hCam))
             state = tr("Acquiring");
         else if (hCam)
-            state = tr("Open");
+            state = tr("Open", "camera state");
         const QStringList texts = {camera.id, camera.modelName, camera.link, state};
         for (int column = 0; column < texts.size(); ++column) {
             QTableWidgetItem* item = ui->cameraTable->item(row, column);

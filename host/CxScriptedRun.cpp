@@ -347,6 +347,10 @@ bool CxScriptedRun::checkCameras()
     bool failed = false;
     for (const SxCameraRun& camera : cameraRuns()) {
         const QVariantMap& run = camera.run;
+        if (run.contains(QStringLiteral("runLogError")) && !m_logReported.contains(camera.hCam)) {
+            m_logReported.insert(camera.hCam);
+            m_failures.append(QStringLiteral("%1: %2").arg(describe(camera), run.value(QStringLiteral("runLogError")).toString()));
+        }
         if (m_reported.contains(camera.hCam))
             continue;
         if (run.contains(QStringLiteral("cameraLostAtSeconds"))) {

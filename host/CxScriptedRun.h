@@ -95,7 +95,8 @@ private:
     bool m_starting = false;
     QString m_interruption; // "interrupted after 3.0 s"
     QString m_lastProgress;
-    QSet<quintptr> m_reported; // cameras whose failure is told
+    QSet<quintptr> m_reported;    // cameras whose failure is told
+    QSet<quintptr> m_logReported; // and whose missing run log is
     void exportCsvReports();
     QJsonArray summarise() const;
     void printSummary(const QJsonArray& cameras) const;

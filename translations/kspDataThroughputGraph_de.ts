@@ -142,7 +142,7 @@
     <message>
         <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="467"/>
         <source>Max buffer level</source>
-        <translation>Max. Pufferfüllstand</translation>
+        <translation>Max. Pufferstand</translation>
     </message>
     <message>
         <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="467"/>

@@ -40,7 +40,6 @@
     </message>
     <message>
         <location filename="../host/MainWindow.ui" line="48"/>
-        <location filename="../host/CxMainWindow.cpp" line="134"/>
         <source>Open</source>
         <translation>Öffnen</translation>
     </message>
@@ -51,7 +50,7 @@
     </message>
     <message>
         <location filename="../host/MainWindow.ui" line="58"/>
-        <location filename="../host/CxMainWindow.cpp" line="159"/>
+        <location filename="../host/CxMainWindow.cpp" line="165"/>
         <source>Start Acquisition</source>
         <translation>Erfassung starten</translation>
     </message>
@@ -121,47 +120,53 @@
         <translation>4 - Entwickler</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="126"/>
+        <location filename="../host/CxMainWindow.cpp" line="132"/>
         <source>Closed</source>
         <translation>Geschlossen</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="128"/>
+        <location filename="../host/CxMainWindow.cpp" line="134"/>
         <source>Disconnected</source>
         <translation>Getrennt</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="130"/>
+        <location filename="../host/CxMainWindow.cpp" line="136"/>
         <source>Measured by plug-in</source>
         <translation>Vom Plug-in gemessen</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="132"/>
+        <location filename="../host/CxMainWindow.cpp" line="138"/>
         <source>Acquiring</source>
         <translation>Erfasst</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="159"/>
+        <location filename="../host/CxMainWindow.cpp" line="140"/>
+        <source>Open</source>
+        <comment>camera state</comment>
+        <translation>Geöffnet</translation>
+    </message>
+    <message>
+        <location filename="../host/CxMainWindow.cpp" line="165"/>
         <source>Stop Acquisition</source>
         <translation>Erfassung stoppen</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="180"/>
+        <location filename="../host/CxMainWindow.cpp" line="186"/>
         <source>Opening camera %1...</source>
         <translation>Kamera %1 wird geöffnet...</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="189"/>
+        <location filename="../host/CxMainWindow.cpp" line="195"/>
         <source>Camera %1 could not be opened: %2</source>
         <translation>Kamera %1 konnte nicht geöffnet werden: %2</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="199"/>
+        <location filename="../host/CxMainWindow.cpp" line="205"/>
         <source>Looking for cameras...</source>
         <translation>Kameras werden gesucht...</translation>
     </message>
     <message numerus="yes">
-        <location filename="../host/CxMainWindow.cpp" line="206"/>
+        <location filename="../host/CxMainWindow.cpp" line="212"/>
         <source>%n camera(s) found.</source>
         <translation>
             <numerusform>%n Kamera gefunden.</numerusform>
@@ -169,17 +174,17 @@
         </translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="231"/>
+        <location filename="../host/CxMainWindow.cpp" line="237"/>
         <source>The camera refused the acquisition command.</source>
         <translation>Die Kamera hat den Erfassungsbefehl abgelehnt.</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="240"/>
+        <location filename="../host/CxMainWindow.cpp" line="246"/>
         <source>The camera refused the image format.</source>
         <translation>Die Kamera hat das Bildformat abgelehnt.</translation>
     </message>
     <message>
-        <location filename="../host/CxMainWindow.cpp" line="268"/>
+        <location filename="../host/CxMainWindow.cpp" line="271"/>
         <source>Frame %1, %2 x %3</source>
         <translation>Bild %1, %2 x %3</translation>
     </message>

@@ -733,9 +733,11 @@ bool CxCameraLineData::startMeasurement(unsigned int period, int capacity)
     m_nextStreamPollUs = 0;
     m_askedWaiting = false;
     QString logError;
-    if (!runLogPath.isEmpty() && !history.openLog(runLogPath, cameraName, &logError))
-        logCritical(kSource, kLineStart, kStartPrefix,
-                    QStringLiteral("The run log %1 cannot be written: %2").arg(runLogPath, logError));
+    runLogError.clear();
+    if (!runLogPath.isEmpty() && !history.openLog(runLogPath, cameraName, &logError)) {
+        runLogError = QStringLiteral("The run log %1 cannot be written: %2").arg(runLogPath, logError);
+        logCritical(kSource, kLineStart, kStartPrefix, runLogError);
+    }
     measurementRunning = true;
     stopRequested = false;
     acquisitionThread = new CxAcquisitionThread(this, measureMode);

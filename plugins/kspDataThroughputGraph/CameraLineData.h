@@ -216,6 +216,8 @@ public:
     CxRunHistory history;
     // Where a run appends its log, one line a second; empty: no log. Set between runs.
     QString runLogPath;
+    // Why the last run has no log, for a host's report; empty when it has one or none was asked.
+    QString runLogError;
     // The local midnight (milliseconds since the epoch) a run's times count from; 0: the one
     // before the run starts. The panel gives every camera of a session the same one.
     qint64 dayStartMs = 0;

@@ -870,6 +870,8 @@ QVariantMap CxDataGraphForm::runOf(qulonglong hCam)
     }
     run.insert(QStringLiteral("fallsBehind"), verdict.fallsBehind);
     run.insert(QStringLiteral("verdictWord"), verdict.word);
+    if (!line->runLogError.isEmpty())
+        run.insert(QStringLiteral("runLogError"), line->runLogError);
     run.insert(QStringLiteral("verdictReason"), verdict.reason);
     run.insert(QStringLiteral("upperRatePerHour95"), verdict.upperPerHour);
     run.insert(QStringLiteral("verdict"), verdict.text);
