@@ -4,29 +4,29 @@
 <context>
     <name>CxCameraLineData</name>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="347"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="343"/>
         <source>Export Measured Data</source>
         <translation>Messdaten exportieren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="348"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="344"/>
         <source>The report could not be written to %1:
 %2</source>
         <translation>Der Bericht konnte nicht nach %1 geschrieben werden:
 %2</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1315"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1327"/>
         <source>Exporting %1 data</source>
         <translation>Daten von %1 werden exportiert</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1316"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1328"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1317"/>
+        <location filename="../plugins/kspDataThroughputGraph/CameraLineData.cpp" line="1329"/>
         <source>Data throughput monitor</source>
         <translation>Datendurchsatz-Monitor</translation>
     </message>
@@ -74,320 +74,320 @@
         <translation>Kurven ein- oder ausblenden:</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="305"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="300"/>
         <source>Acq</source>
         <translation>Erf.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="311"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="306"/>
         <source>Testing</source>
         <translation>Misst</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="311"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="306"/>
         <source>Stopped</source>
         <translation>Gestoppt</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="462"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="577"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="457"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="572"/>
         <source>Camera</source>
         <translation>Kamera</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="463"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="578"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="458"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="573"/>
         <source>Status</source>
         <translation>Status</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="463"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="578"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="458"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="573"/>
         <source>Data gap measurement status</source>
         <translation>Status der Lückenmessung</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="464"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="580"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="459"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="575"/>
         <source>Measure</source>
         <translation>Messen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="464"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="580"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="459"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="575"/>
         <source>Start/Stop Measurement</source>
         <translation>Messung starten/stoppen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="465"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="460"/>
         <source>Avg throughput</source>
         <translation>Mittl. Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="465"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="460"/>
         <source>Average data rate</source>
         <translation>Mittlere Datenrate</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="466"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="461"/>
         <source>Min throughput</source>
         <translation>Min. Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="466"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="565"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="461"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="560"/>
         <source>Minimum data rate in whole data set</source>
         <translation>Kleinste Datenrate im gesamten Datensatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="467"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="462"/>
         <source>Max buffer level</source>
         <translation>Max. Pufferstand</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="467"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="567"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="462"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="562"/>
         <source>Internal camera buffer fill percentage</source>
         <translation>Füllstand des internen Kamerapuffers in Prozent</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="468"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="463"/>
         <source>Buffer overflow count</source>
         <translation>Anzahl Pufferüberläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="469"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="464"/>
         <source>Number of times internal camera buffer was totally filled</source>
         <translation>Wie oft der interne Kamerapuffer ganz gefüllt war</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="470"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="465"/>
         <source>Export data</source>
         <translation>Daten exportieren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="470"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="465"/>
         <source>Export data to .csv report</source>
         <translation>Daten als CSV-Bericht exportieren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="471"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="466"/>
         <source>Required throughput</source>
         <translation>Benötigter Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="472"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="467"/>
         <source>Expected sensor speed for evaluation</source>
         <translation>Erwartete Sensordatenrate für die Bewertung</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="473"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="468"/>
         <source>Camera buffer size</source>
         <translation>Kamerapuffergröße</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="474"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="469"/>
         <source>Size of internal camera buffer in bytes</source>
         <translation>Größe des internen Kamerapuffers in Bytes</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="475"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="589"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="470"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="584"/>
         <source>Graph</source>
         <translation>Graph</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="475"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="589"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="470"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="584"/>
         <source>Enable/Disable plotting of measured data</source>
         <translation>Darstellung der Messdaten ein/aus</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="476"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="471"/>
         <source>Y Axis scaling</source>
         <translation>Skalierung der Y-Achse</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="477"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="472"/>
         <source>Enable/Disable Y axis automatic scaling or set manual axis range</source>
         <translation>Automatische Skalierung der Y-Achse ein/aus oder Bereich von Hand setzen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="493"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="488"/>
         <source>Export Data...</source>
         <translation>Daten exportieren...</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="579"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="574"/>
         <source>Data Format</source>
         <translation>Datenformat</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="579"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="574"/>
         <source>Output data format.</source>
         <translation>Ausgabedatenformat.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="581"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="576"/>
         <source>Transferred</source>
         <translation>Übertragen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="581"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="576"/>
         <source>Number of transferred frames</source>
         <translation>Anzahl übertragener Bilder</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="582"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="577"/>
         <source>Transport skip</source>
         <translation>Transport-Auslassungen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="582"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="647"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="577"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="642"/>
         <source>Number of skipped frames on transport layer</source>
         <translation>Anzahl ausgelassener Bilder in der Transportschicht</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="583"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="578"/>
         <source>API skip</source>
         <translation>API-Auslassungen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="583"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="648"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="578"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="643"/>
         <source>Number of skipped frames on API layer</source>
         <translation>Anzahl ausgelassener Bilder in der API-Schicht</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="584"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="579"/>
         <source>Missed trg. overlap</source>
         <translation>Verpasste Trigger (Überlappung)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="585"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="649"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="580"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="644"/>
         <source>Number of missed triggers due to overlap</source>
         <translation>Anzahl verpasster Trigger wegen Überlappung</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="586"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="581"/>
         <source>Missed trg overflow</source>
         <translation>Verpasste Trigger (Überlauf)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="587"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="650"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="582"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="645"/>
         <source>Number of missed triggers due to frame buffer full</source>
         <translation>Anzahl verpasster Trigger wegen vollem Bildpuffer</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="588"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="583"/>
         <source>Buffer overflow</source>
         <translation>Pufferüberlauf</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="588"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="651"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="583"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="646"/>
         <source>Frame buffer full counter</source>
         <translation>Zähler voller Bildpuffer</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="669"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="664"/>
         <source>Average
 throughput</source>
         <translation>Mittlerer
 Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="670"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="665"/>
         <source>Minimum
 throughput</source>
         <translation>Minimaler
 Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="671"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="666"/>
         <source>Buffer overflow
 count</source>
         <translation>Anzahl
 Pufferüberläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="672"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="667"/>
         <source>Required
 throughput</source>
         <translation>Benötigter
 Durchsatz</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="673"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="668"/>
         <source>Camera buffer
 size</source>
         <translation>Kamerapuffer-
 größe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="766"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="761"/>
         <source>Avg. rate [MB/s]</source>
         <translation>Mittl. Rate [MB/s]</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="767"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="762"/>
         <source>Buffer filled [%]</source>
         <translation>Puffer gefüllt [%]</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="776"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="771"/>
         <source>Counter value</source>
         <translation>Zählerstand</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="978"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="975"/>
         <source>Run history...</source>
         <translation>Verlauf des Laufs...</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1457"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1462"/>
         <source>Failed to start measurement</source>
         <translation>Messung konnte nicht gestartet werden</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1458"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1463"/>
         <source>Camera %1 does not support 
  data throughput analysis in Lumorix.</source>
         <translation>Kamera %1 unterstützt 
  die Datendurchsatzanalyse in Lumorix nicht.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1473"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1549"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1478"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1556"/>
         <source>Stopping measurement</source>
         <translation>Messung wird gestoppt</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1480"/>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1512"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1485"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1518"/>
         <source>Starting measurement</source>
         <translation>Messung wird gestartet</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1759"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1767"/>
         <source>Export Measured Data</source>
         <translation>Messdaten exportieren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1759"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1767"/>
         <source>No measured data to export.</source>
         <translation>Keine Messdaten zum Exportieren.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1765"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1773"/>
         <source>Select Output File for Measured Data</source>
         <translation>Ausgabedatei für Messdaten wählen</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1766"/>
+        <location filename="../plugins/kspDataThroughputGraph/DataGraphForm.cpp" line="1774"/>
         <source>CSV files (*.csv)</source>
         <translation>CSV-Dateien (*.csv)</translation>
     </message>
@@ -519,107 +519,107 @@ größe</translation>
         <translation>übertragene Bytes</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="862"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="875"/>
         <source>Delivered %1 MB/s (%2 frames/s)</source>
         <translation>Geliefert %1 MB/s (%2 Bilder/s)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="865"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="878"/>
         <source>%1; what the camera is set to send is not known.</source>
         <translation>%1; was die Kamera senden soll, ist unbekannt.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="866"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="879"/>
         <source>%1 of the %2 MB/s (%3 frames/s) the camera is set to send</source>
         <translation>%1 der %2 MB/s (%3 Bilder/s), die die Kamera senden soll</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="873"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="886"/>
         <source>%1: the link or the host carries %2 % of it.</source>
         <translation>%1: Verbindung oder Rechner tragen %2 % davon.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="895"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="908"/>
         <source>Camera lost</source>
         <translation>Kamera verloren</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="896"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="909"/>
         <source>it stopped answering at %1 s, and the run ended there.</source>
         <translation>sie antwortete ab %1 s nicht mehr, und dort endete der Lauf.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="903"/>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="909"/>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="915"/>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="920"/>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="925"/>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="943"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="916"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="922"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="928"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="933"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="938"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="956"/>
         <source>Falls behind</source>
         <translation>Hält nicht mit</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="904"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="917"/>
         <source>no image came for %1 s from %2 s on</source>
         <translation>ab %2 s kam %1 s lang kein Bild</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="906"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="919"/>
         <source>no image arrived in %1 s</source>
         <translation>in %1 s kam kein Bild an</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="910"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="923"/>
         <source>the link averaged %1 MB/s over the run against %2 MB/s required.</source>
         <translation>die Verbindung trug im Mittel des Laufs %1 MB/s gegen %2 MB/s benötigt.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="916"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="929"/>
         <source>%1 MB/s arrived of the %2 MB/s the camera is set to send.</source>
         <translation>%1 MB/s kamen an von den %2 MB/s, die die Kamera senden soll.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="921"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="934"/>
         <source>the camera counted %1 skipped frames, missed triggers and overflows.</source>
         <translation>die Kamera zählte %1 übersprungene Bilder, verpasste Trigger und Überläufe.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="923"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="936"/>
         <source>%1 frames filled the camera&apos;s buffer.</source>
         <translation>%1 Bilder füllten den Puffer der Kamera.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="926"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="939"/>
         <source>%1 frames the camera sent never arrived.</source>
         <translation>%1 Bilder, die die Kamera sandte, kamen nie an.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="928"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="941"/>
         <source>Too short to tell</source>
         <translation>Zu kurz für ein Urteil</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="929"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="942"/>
         <source>nothing went wrong in %1, but only a run of %2 without a fault proves fewer than one an hour.</source>
         <translation>in %1 ging nichts schief, aber erst ein Lauf von %2 ohne Fehler belegt weniger als einen pro Stunde.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="933"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="946"/>
         <source>Keeps up, with dips the buffer absorbed</source>
         <translation>Hält mit, Einbrüche fing der Puffer auf</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="934"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="947"/>
         <source>%1 dips, the deepest to %2 MB/s at %3 s, never filled the camera&apos;s buffer.</source>
         <translation>%1 Einbrüche, der tiefste auf %2 MB/s bei %3 s, füllten den Puffer der Kamera nie.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="939"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="952"/>
         <source>Keeps up</source>
         <translation>Hält mit</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="940"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="953"/>
         <source>everything the camera sent arrived, without a dip or an overflow in %1.</source>
         <translation>alles, was die Kamera sandte, kam an, ohne Einbruch oder Überlauf in %1.</translation>
     </message>
@@ -628,7 +628,7 @@ größe</translation>
         <translation type="vanished">Die Kamera antwortete ab %1 s nicht mehr: Dort endete der Lauf.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="952"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="965"/>
         <source>No image came for %1 s from %2 s on.</source>
         <translation>Ab %2 s kam %1 s lang kein Bild.</translation>
     </message>
@@ -645,52 +645,52 @@ größe</translation>
         <translation type="vanished">In %1 s kam kein Bild an: %2.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="955"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="968"/>
         <source>Nothing measured yet.</source>
         <translation>Noch nichts gemessen.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="969"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="982"/>
         <source>%1 skipped frames, missed triggers and overflows</source>
         <translation>%1 übersprungene Bilder, verpasste Trigger und Überläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="969"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="982"/>
         <source>%1 overflows</source>
         <translation>%1 Überläufe</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="970"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="983"/>
         <source>%1 in %2: fewer than %3 per hour at 95 % confidence (%4 / %5 h).</source>
         <translation>%1 in %2: weniger als %3 pro Stunde mit 95 % Konfidenz (%4 / %5 h).</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="980"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="993"/>
         <source>%1 of the %2 frames the camera sent never arrived (%3 %).</source>
         <translation>%1 der %2 Bilder, die die Kamera sandte, kamen nie an (%3 %).</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="986"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="999"/>
         <source>%1 packets went missing on the way; %2 resend requests brought back %3.</source>
         <translation>%1 Pakete gingen unterwegs verloren; %2 Wiederholungsanfragen brachten %3 zurück.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1001"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1014"/>
         <source>Link average %1 MB/s inside frames, but %2 MB/s delivered against %3 MB/s required: no headroom.</source>
         <translation>Mittel der Verbindung %1 MB/s innerhalb der Bilder, aber %2 MB/s geliefert gegen %3 MB/s benötigt: keine Reserve.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1008"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1021"/>
         <source>Link average %1 MB/s against %2 MB/s required: headroom %3 (%1 / %2).</source>
         <translation>Mittel der Verbindung %1 MB/s gegen %2 MB/s benötigt: Reserve %3 (%1 / %2).</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1017"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1030"/>
         <source>The link falls behind by %1 MB/s; the camera&apos;s buffer size is not known.</source>
         <translation>Die Verbindung bleibt um %1 MB/s zurück; die Puffergröße der Kamera ist unbekannt.</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1023"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistory.cpp" line="1036"/>
         <source>The link falls behind by %1 MB/s: the camera&apos;s buffer of %2 MB lasts %3 s of continuous acquisition (%2 MB / %1 MB/s).</source>
         <translation>Die Verbindung bleibt um %1 MB/s zurück: der Puffer der Kamera von %2 MB reicht für %3 s durchgehende Aufnahme (%2 MB / %1 MB/s).</translation>
     </message>
@@ -774,7 +774,7 @@ größe</translation>
     </message>
     <message>
         <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="30"/>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="229"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="236"/>
         <source>Buffer overflow</source>
         <translation>Pufferüberlauf</translation>
     </message>
@@ -902,37 +902,42 @@ größe</translation>
         <translation>%1 (%2 davon aufgeführt: die schlimmsten)</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="225"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="232"/>
         <source>Dip</source>
         <translation>Einbruch</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="226"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="232"/>
+        <source>Link below required</source>
+        <translation>Verbindung unter Bedarf</translation>
+    </message>
+    <message>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="233"/>
         <source>%1 MB/s</source>
         <translation>%1 MB/s</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="230"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="237"/>
         <source>%1 frames</source>
         <translation>%1 Bilder</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="234"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="241"/>
         <source>+%1</source>
         <translation>+%1</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="237"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="244"/>
         <source>Camera stopped answering</source>
         <translation>Kamera antwortet nicht mehr</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="240"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="247"/>
         <source>No image</source>
         <translation>Kein Bild</translation>
     </message>
     <message>
-        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="244"/>
+        <location filename="../plugins/kspDataThroughputGraph/RunHistoryDlg.cpp" line="251"/>
         <source>%1 in a second at most</source>
         <translation>höchstens %1 in einer Sekunde</translation>
     </message>

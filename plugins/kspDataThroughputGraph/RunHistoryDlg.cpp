@@ -187,6 +187,10 @@ void CxRunHistoryDlg::present(const CxRunHistory::SxTotals& t, const QVector<CxR
     ui->verdict->setText(CxRunHistory::verdict(t).text);
     m_plot.draw(ui->runPlot, m_history, t, events);
 
+    m_linkBehind = !t.acquisition && t.required > 0 && t.linkAverage() > 0.0 && t.linkAverage() < double(t.required)
+                       ? t.linkAverage()
+                       : 0.0;
+    m_runUs = t.durationUs;
     showEvents(events);
 }
 
@@ -220,10 +224,13 @@ void CxRunHistoryDlg::fillEventRow(int row, const CxRunHistory::SxEvent& e, bool
 {
     QString kind;
     QString depth;
+    // A link slower than required all along is no dip: it is the link falling behind, at its
+    // average over the run.
+    const bool wholeRun = e.kind == CxRunHistory::EventDip && m_linkBehind > 0.0 && e.durationUs * 10 >= m_runUs * 9;
     switch (e.kind) {
     case CxRunHistory::EventDip:
-        kind = tr("Dip");
-        depth = tr("%1 MB/s").arg(e.depth, 0, 'f', 1);
+        kind = wholeRun ? tr("Link below required") : tr("Dip");
+        depth = tr("%1 MB/s").arg(wholeRun ? m_linkBehind : e.depth, 0, 'f', 1);
         break;
     case CxRunHistory::EventOverflow:
         kind = tr("Buffer overflow");
@@ -257,6 +264,8 @@ void CxRunHistoryDlg::fillEventRow(int row, const CxRunHistory::SxEvent& e, bool
         for (int column = colStart; column <= colCount; ++column)
             if (auto* number = dynamic_cast<CxNumberItem*>(ui->events->item(row, column)))
                 number->set(values[column], texts[column]);
+            else
+                ui->events->item(row, column)->setText(texts[column]);
     }
     QTableWidgetItem* start = ui->events->item(row, colStart);
     start->setData(Qt::UserRole, e.startUs);

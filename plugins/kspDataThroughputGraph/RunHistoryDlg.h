@@ -53,6 +53,8 @@ private:
     QTimer m_timer;
     qint64 m_startOfDayUs = -1;
     CxRunPlot m_plot;
+    double m_linkBehind = 0.0; // the run's link average where it stayed below the required throughput
+    qint64 m_runUs = 0;
     void onMarkClicked(QCPAbstractPlottable* plottable, int dataIndex);
     QVector<CxRunHistory::SxEvent> m_shown; // as the table shows them, in the history's order
     QVector<QTableWidgetItem*> m_rowOf;     // each shown event's first item, which knows its row
