@@ -85,7 +85,8 @@ private slots:
     void aVanishedCameraEndsTheRunWithItsTime();
 
 private:
-    // Runs lumorix-sim's scripted run on the camera at 127.0.0.1; its exit code and output.
+    // Runs lumorix-sim's scripted run (on the camera at 127.0.0.1 unless `arguments` name one);
+    // its exit code and output.
     int runHost(const QStringList& arguments, QString* output, QTemporaryDir* out, int timeoutMs = 60000);
     CxGvCamera m_camera;
     CxGvCamera m_second;
@@ -361,26 +362,16 @@ void TestAravis::theHostMeasuresTheCamerasItIsGiven()
 {
     QVERIFY(serve(m_camera));
     QTemporaryDir out;
-    QProcess host;
-    host.setProcessChannelMode(QProcess::MergedChannels);
-    host.start(QStringLiteral(HOST_PATH),
-               {QStringLiteral("--headless"), QStringLiteral("--camera"), QStringLiteral("aravis:127.0.0.1"),
-                QStringLiteral("--duration"), QStringLiteral("2"), QStringLiteral("--out"), out.path()});
-    QVERIFY(host.waitForFinished(60000));
-    const QString output = QString::fromLocal8Bit(host.readAll());
-    QVERIFY2(host.exitCode() == 0, qPrintable(output));
+    QString output;
+    QVERIFY2(runHost({QStringLiteral("--duration"), QStringLiteral("2")}, &output, &out) == 0, qPrintable(output));
     QFile summary(out.filePath(QStringLiteral("summary.json")));
     QVERIFY(summary.open(QIODevice::ReadOnly));
     const QJsonArray cameras = QJsonDocument::fromJson(summary.readAll()).object().value("cameras").toArray();
     QCOMPARE(cameras.size(), 1);
     QVERIFY2(qAbs(cameras[0].toObject().value("linkAverage").toDouble() - 400.0) < 2.0, qPrintable(output));
     // A camera that is not there ends the run with the reason.
-    host.start(QStringLiteral(HOST_PATH),
-               {QStringLiteral("--headless"), QStringLiteral("--camera"), QStringLiteral("aravis:127.0.0.7"),
-                QStringLiteral("--out"), out.path()});
-    QVERIFY(host.waitForFinished(60000));
-    QCOMPARE(host.exitCode(), 1);
-    QVERIFY2(host.readAll().contains("camera aravis:127.0.0.7 could not be opened: aravis:127.0.0.7:"),
+    QCOMPARE(runHost({QStringLiteral("--camera"), QStringLiteral("aravis:127.0.0.7")}, &output, &out), 1);
+    QVERIFY2(output.contains(QStringLiteral("camera aravis:127.0.0.7 could not be opened: aravis:127.0.0.7:")),
              "the reason follows the camera");
 }
 
@@ -410,10 +401,10 @@ int TestAravis::runHost(const QStringList& arguments, QString* output, QTemporar
 {
     QProcess host;
     host.setProcessChannelMode(QProcess::MergedChannels);
-    host.start(QStringLiteral(HOST_PATH), QStringList{QStringLiteral("--headless"), QStringLiteral("--camera"),
-                                                      QStringLiteral("aravis:127.0.0.1"), QStringLiteral("--out"),
-                                                      out->path()} +
-                                              arguments);
+    QStringList all{QStringLiteral("--headless"), QStringLiteral("--out"), out->path()};
+    if (!arguments.contains(QStringLiteral("--camera")))
+        all << QStringLiteral("--camera") << QStringLiteral("aravis:127.0.0.1");
+    host.start(QStringLiteral(HOST_PATH), all + arguments);
     host.waitForFinished(timeoutMs);
     *output = QString::fromLocal8Bit(host.readAll());
     return host.exitStatus() == QProcess::NormalExit ? host.exitCode() : -1;

@@ -60,6 +60,18 @@ std::vector<quint64> frame(quint64 tick, double rate, int slowFrom = 0, int slow
     return samples;
 }
 
+// The history's run log as a line is written now, read back; empty, or why it failed.
+QString logAndReadBack(CxRunHistory& history, const QString& path, const QString& camera,
+                       CxRunHistory::SxTotals* read, QVector<CxRunHistory::SxEvent>* back, QString* name)
+{
+    if (!history.openLog(path, camera))
+        return QStringLiteral("%1 cannot be written").arg(path);
+    history.writeLogLine();
+    history.openLog(QString(), QString());
+    QString error;
+    return CxRunHistory::readLog(path, read, back, name, &error) ? QString() : error;
+}
+
 } // namespace
 
 class TestHistory : public QObject
@@ -320,14 +332,11 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     // The run log gives them back as they were.
     QTemporaryDir dir;
     const QString log = dir.filePath(QStringLiteral("counters.log.csv"));
-    QVERIFY(history.openLog(log, QStringLiteral("Counting camera")));
-    history.writeLogLine();
-    history.openLog(QString(), QString());
     CxRunHistory::SxTotals read;
     QVector<CxRunHistory::SxEvent> back;
     QString name;
-    QString error;
-    QVERIFY2(CxRunHistory::readLog(log, &read, &back, &name, &error), qPrintable(error));
+    const QString failed = logAndReadBack(history, log, QStringLiteral("Counting camera"), &read, &back, &name);
+    QVERIFY2(failed.isEmpty(), qPrintable(failed));
     QCOMPARE(name, QStringLiteral("Counting camera"));
     QCOMPARE(back.size(), counters.size());
     for (int i = 0; i < back.size(); ++i) {
@@ -569,15 +578,12 @@ void TestHistory::whatArrivedIsCountedOnTheHostsClock()
           "101 of the 203 frames the camera sent never arrived", "9 packets went missing on the way"})
         QVERIFY2(verdict.contains(QLatin1String(said)), qPrintable(verdict));
     QTemporaryDir dir;
-    const QString log = dir.filePath(QStringLiteral("arrivals.log.csv"));
-    QVERIFY(history.openLog(log, QStringLiteral("Arriving camera")));
-    history.writeLogLine();
-    history.openLog(QString(), QString());
     CxRunHistory::SxTotals read;
     QVector<CxRunHistory::SxEvent> back;
     QString name;
-    QString error;
-    QVERIFY2(CxRunHistory::readLog(log, &read, &back, &name, &error), qPrintable(error));
+    const QString failed = logAndReadBack(history, dir.filePath(QStringLiteral("arrivals.log.csv")),
+                                          QStringLiteral("Arriving camera"), &read, &back, &name);
+    QVERIFY2(failed.isEmpty(), qPrintable(failed));
     QCOMPARE(CxRunHistory::verdict(read).text, CxRunHistory::verdict(history.totals()).text);
     QCOMPARE(back.size(), events.size());
     for (int i = 0; i < back.size(); ++i)
@@ -656,7 +662,8 @@ void TestHistory::eventsGoingOnAreLoggedAndShownAsFarAsTheyGot()
     auto* table = window.findChild<QTableWidget*>(QStringLiteral("events"));
     const QList<QTableWidgetItem*> selected = table->selectedItems();
     QVERIFY(!selected.isEmpty());
-    QCOMPARE(table->item(selected.first()->row(), 2)->text(), QStringLiteral("Dip"));
+    // Slower than required all run long, the dip is listed as the link below what is required.
+    QCOMPARE(table->item(selected.first()->row(), 2)->text(), QStringLiteral("Link below required"));
 }
 
 // The panel's clock, set by the test.

@@ -39,12 +39,17 @@ double badness(const CxRunHistory::SxEvent& event, double threshold)
     return threshold > 0.0 ? event.depth / threshold : event.depth;
 }
 
-// Room for whole hours of 1 s buckets at a time: a vector left to double its capacity would
-// hold up to twice the run's buckets.
-template <typename T> void growByTheHour(std::vector<T>& buckets, size_t index)
+// The 1 s bucket of a time, made where it is not yet. Room is made for whole hours at a time:
+// a vector left to double its capacity would hold up to twice the run's buckets.
+template <typename T> T& secondOf(std::vector<T>& buckets, qint64 atUs)
 {
-    if (index >= buckets.capacity())
-        buckets.reserve((index / 3600 + 1) * 3600);
+    const size_t index = size_t(std::max<qint64>(atUs, 0) / CxRunHistory::kCoarseUs);
+    if (index >= buckets.size()) {
+        if (index >= buckets.capacity())
+            buckets.reserve((index / 3600 + 1) * 3600);
+        buckets.resize(index + 1);
+    }
+    return buckets[index];
 }
 
 QString tr(const char* text)
@@ -129,12 +134,7 @@ void CxRunHistory::closeFineBucket()
 
 CxRunHistory::SxBucket& CxRunHistory::coarse(qint64 atUs)
 {
-    const size_t index = size_t(std::max<qint64>(atUs, 0) / kCoarseUs);
-    if (index >= m_coarse.size()) {
-        growByTheHour(m_coarse, index);
-        m_coarse.resize(index + 1);
-    }
-    return m_coarse[index];
+    return secondOf(m_coarse, atUs);
 }
 
 int CxRunHistory::addEvent(const SxEvent& event)
@@ -439,11 +439,7 @@ void CxRunHistory::addCounters(quint32 frameNumber, qint64 timestamp, const qint
             m_fineIndex[size_t(slot)] = fineIndex;
             m_fineCounters[size_t(slot)] = SxCounterBucket();
         }
-        const size_t coarseIndex = size_t(at / kCoarseUs);
-        if (coarseIndex >= m_coarseCounters.size()) {
-            growByTheHour(m_coarseCounters, coarseIndex);
-            m_coarseCounters.resize(coarseIndex + 1);
-        }
+        SxCounterBucket& second = secondOf(m_coarseCounters, at);
         for (int k = 0; k < kCounters; ++k) {
             // A counter that went back (the camera reset it) starts over from its new value.
             const qint64 increase = qint64(counters[k]) - qint64(m_lastCounters[k]);
@@ -451,7 +447,7 @@ void CxRunHistory::addCounters(quint32 frameNumber, qint64 timestamp, const qint
                 continue;
             m_totals.counterIncrease[k] += quint64(increase);
             m_fineCounters[size_t(slot)].increase[k] += quint32(increase);
-            m_coarseCounters[coarseIndex].increase[k] += quint32(increase);
+            second.increase[k] += quint32(increase);
             const SxEvent event{EventCounter, qint8(k), at, 0, double(increase), quint64(increase)};
             addEvent(event);
             // The records that led up to it, to be seen one by one later.
@@ -488,16 +484,6 @@ qint64 CxRunHistory::runUs(qint64 hostUs) const
     return std::max<qint64>(hostUs - std::max<qint64>(m_totals.firstArrivalUs, 0), 0);
 }
 
-CxRunHistory::SxDeliverySecond& CxRunHistory::deliverySecond(qint64 hostUs)
-{
-    const size_t index = size_t(std::max<qint64>(hostUs, 0) / kCoarseUs);
-    if (index >= m_delivery.size()) {
-        growByTheHour(m_delivery, index);
-        m_delivery.resize(index + 1);
-    }
-    return m_delivery[index];
-}
-
 void CxRunHistory::setAsked(double rate, double frames)
 {
     QMutexLocker lock(&mutex);
@@ -518,7 +504,7 @@ void CxRunHistory::arrive(const SxArrival& arrival)
     const quint32 frameNumber = arrival.frameNumber;
     const quint64 bytes = arrival.bytes;
     SxTotals& t = m_totals;
-    SxDeliverySecond& second = deliverySecond(hostUs);
+    SxDeliverySecond& second = secondOf(m_delivery, hostUs);
     ++second.frames;
     if (m_haveArrival && frameNumber > m_lastArrivalFrame + 1) {
         const quint32 skipped = frameNumber - m_lastArrivalFrame - 1;
@@ -601,14 +587,7 @@ void CxRunHistory::noteStream(qint64 hostUs, const quint64 values[kStreamStats])
         // A stream's statistics start with it, at the acquisition's start.
         std::copy(values, values + kStreamStats, increase);
     }
-    SxStreamSecond& second = [this, hostUs]() -> SxStreamSecond& {
-        const size_t index = size_t(std::max<qint64>(hostUs, 0) / kCoarseUs);
-        if (index >= m_streamSeconds.size()) {
-            growByTheHour(m_streamSeconds, index);
-            m_streamSeconds.resize(index + 1);
-        }
-        return m_streamSeconds[index];
-    }();
+    SxStreamSecond& second = secondOf(m_streamSeconds, hostUs);
     for (int k = 0; k < kStreamStats; ++k) {
         t.stream[k] += increase[k];
         second.increase[k] += quint32(k == StreamTransferredBytes ? increase[k] / 1000u : increase[k]);

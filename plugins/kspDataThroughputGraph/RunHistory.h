@@ -279,7 +279,6 @@ private:
     static void sayWord(const SxTotals& totals, SxVerdict* verdict);
     qint64 runUs(qint64 hostUs) const;
     void arrive(const SxArrival& arrival);
-    SxDeliverySecond& deliverySecond(qint64 hostUs);
     // False when the snapshots kept are all worse than `event`; otherwise drops the least bad
     // one if they are full.
     bool makeRoomFor(const SxEvent& event);
