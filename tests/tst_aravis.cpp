@@ -3,6 +3,9 @@
 // 127.0.0.2 beside 127.0.0.1 for a second camera (GVCP's port is per address); where
 // namespaces are not allowed, every case is skipped and says why.
 
+// Before Qt's headers, whose keywords clash with GLib's.
+#include <arv.h>
+
 #include "CameraLineData.h"
 #include "CxCameraManager.h"
 #include "CxGvCamera.h"
@@ -83,6 +86,8 @@ private slots:
     void whatArrivesIsMeasuredBesideTheCounter();
     void aRefusingOrWaitingCameraFailsTheRunAtOnce();
     void aVanishedCameraEndsTheRunWithItsTime();
+    void aThirdPartyClientFindsTheStandardFeatures();
+    void aSoftwareTriggerSendsOneFrame();
 
 private:
     // Runs lumorix-sim's scripted run (on the camera at 127.0.0.1 unless `arguments` name one);
@@ -481,7 +486,8 @@ void TestAravis::aRefusingOrWaitingCameraFailsTheRunAtOnce()
     QVERIFY(client.waitForFinished(20000) && client.exitCode() == 0);
     QCOMPARE(runHost({QStringLiteral("--duration"), QStringLiteral("2")}, &output, &out), 1);
     QVERIFY2(output.contains(QStringLiteral("no image in the")) &&
-                 output.contains(QStringLiteral("TriggerMode is On: the camera waits for a trigger")),
+                 output.contains(QStringLiteral("TriggerMode is On for FrameStart: the camera waits for a trigger "
+                                                "from Line0")),
              qPrintable(output));
 }
 
@@ -518,6 +524,80 @@ void TestAravis::aVanishedCameraEndsTheRunWithItsTime()
                                 .toObject();
     QVERIFY2(run.value("cameraLostAtSeconds").toDouble() > 2.5, qPrintable(QJsonDocument(run).toJson()));
     QVERIFY(QFile::exists(out.filePath(QStringLiteral("panel.png"))));
+}
+
+// Aravis's own command-line client lists the features a client expects and reads back what
+// it wrote; the exposure bounds the frame rate, the clock runs at 250 MHz.
+void TestAravis::aThirdPartyClientFindsTheStandardFeatures()
+{
+    const QString tool = QStandardPaths::findExecutable(QStringLiteral("arv-tool-0.8"));
+    if (tool.isEmpty())
+        QSKIP("arv-tool-0.8 (aravis-tools-cli) is not installed");
+    SxGvCameraOptions options;
+    options.fps = 100.0;
+    QVERIFY(serve(m_camera, options));
+    auto control = [&tool](const QStringList& features) {
+        QProcess client;
+        client.start(tool, QStringList{QStringLiteral("-a"), QStringLiteral("127.0.0.1"), QStringLiteral("control")} +
+                               features);
+        client.waitForFinished(20000);
+        return QString::fromLocal8Bit(client.readAllStandardOutput());
+    };
+    control({"ExposureTime=20000", "Gain=3", "DeviceUserID=bench-1", "OffsetX=16", "TriggerSource=Software"});
+    const QString read = control({"ExposureTime", "AcquisitionFrameRate", "Gain", "DeviceUserID", "OffsetX",
+                                  "WidthMax", "HeightMax", "TriggerSelector", "TriggerSource", "TriggerSoftware",
+                                  "GevTimestampTickFrequency", "GevTimestampControlLatch", "GevTimestampValue",
+                                  "DeviceVersion"});
+    for (const char* said : {"ExposureTime = 20000 us", "AcquisitionFrameRate = 50 ", "Gain = 3 dB",
+                             "DeviceUserID = bench-1", "OffsetX = 16 ", "WidthMax = 2032", "HeightMax = 2048",
+                             "TriggerSelector = FrameStart", "TriggerSource = Software",
+                             "GevTimestampTickFrequency = 250000000", "GevTimestampValue = ",
+                             "DeviceVersion = ks-gv-camera " KS_GV_CAMERA_VERSION})
+        QVERIFY2(read.contains(QLatin1String(said)), qPrintable(read));
+    // Its own description, not the fake camera's.
+    QProcess client;
+    client.setProcessChannelMode(QProcess::MergedChannels);
+    client.start(tool, {QStringLiteral("-a"), QStringLiteral("127.0.0.1"), QStringLiteral("-d"),
+                        QStringLiteral("device:3"), QStringLiteral("control"), QStringLiteral("Width")});
+    client.waitForFinished(20000);
+    QVERIFY(client.readAll().contains("Local:ks-gv-camera.xml"));
+}
+
+// In trigger mode with the software as its source, the camera sends one frame per trigger.
+void TestAravis::aSoftwareTriggerSendsOneFrame()
+{
+    QVERIFY(serve(m_camera));
+    GError* error = nullptr;
+    ArvCamera* camera = arv_camera_new("127.0.0.1", &error);
+    QVERIFY2(camera, error ? error->message : "no camera");
+    arv_camera_set_string(camera, "TriggerMode", "On", &error);
+    arv_camera_set_string(camera, "TriggerSource", "Software", &error);
+    ArvStream* stream = error ? nullptr : arv_camera_create_stream(camera, nullptr, nullptr, &error);
+    QVERIFY2(stream, error ? error->message : "no stream");
+    const guint payload = arv_camera_get_payload(camera, &error);
+    for (int i = 0; i < 4; ++i)
+        arv_stream_push_buffer(stream, arv_buffer_new(payload, nullptr));
+    arv_camera_start_acquisition(camera, &error);
+    auto frames = [stream](int withinMs) {
+        int count = 0;
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < withinMs)
+            if (ArvBuffer* buffer = arv_stream_timeout_pop_buffer(stream, 50000)) {
+                count += arv_buffer_get_status(buffer) == ARV_BUFFER_STATUS_SUCCESS ? 1 : 0;
+                arv_stream_push_buffer(stream, buffer);
+            }
+        return count;
+    };
+    const int before = frames(500);
+    arv_camera_execute_command(camera, "TriggerSoftware", &error);
+    const int triggered = frames(1000);
+    arv_camera_stop_acquisition(camera, &error);
+    g_clear_error(&error);
+    g_object_unref(stream);
+    g_object_unref(camera);
+    QCOMPARE(before, 0);
+    QCOMPARE(triggered, 1);
 }
 
 // Each case in a network namespace of its own, as a child process of this one.
