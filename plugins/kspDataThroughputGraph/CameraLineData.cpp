@@ -55,8 +55,6 @@ enum : int
 
 constexpr int kUnknownBufferSize = 32768;
 
-// Microseconds since midnight now; 0 when the clock cannot say.
-
 // QString::number rounds an exact tie at the sixth significant digit away from zero;
 // std::to_chars rounds it to even. A tie is a value whose exact decimal has seven
 // significant digits ending in 5: such a value moves one step away from zero first.
@@ -508,7 +506,6 @@ void CxCameraLineData::clearData()
     counterSamples.clear();
 }
 
-// Caller holds dataMutex. A frame an export still reads waits until the last export ends.
 void CxCameraLineData::clearRun()
 {
     clearData();
@@ -523,6 +520,7 @@ void CxCameraLineData::clearRun()
     history.clear();
 }
 
+// Caller holds dataMutex. A frame an export still reads waits until the last export ends.
 void CxCameraLineData::retireFrame(CxFrameData* frame)
 {
     if (exportsRunning > 0)

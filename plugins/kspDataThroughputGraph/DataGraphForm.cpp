@@ -88,6 +88,36 @@ bool carriesHandle(const QObject* object, KSCORE_HANDLE hCam)
     return object && object->property("hCam").isValid() && handleOf(object) == hCam;
 }
 
+// What arrived and what failed, as a host's report takes it.
+void addArrivals(const CxRunHistory::SxTotals& t, QVariantMap* run)
+{
+    run->insert(QStringLiteral("delivered"), t.delivered);
+    run->insert(QStringLiteral("deliveredBytes"), t.deliveredBytes);
+    run->insert(QStringLiteral("deliveredRate"), t.deliveredRate());
+    run->insert(QStringLiteral("deliveredFrameRate"), t.deliveredFrameRate());
+    run->insert(QStringLiteral("framesNotDelivered"), t.lostFrames);
+    if (t.askedRate() > 0.0) {
+        run->insert(QStringLiteral("setRate"), t.askedRate());
+        run->insert(QStringLiteral("setFrameRate"), t.askedFrameRate());
+    }
+    if (t.lostAtUs >= 0)
+        run->insert(QStringLiteral("cameraLostAtSeconds"), double(t.lostAtUs) / 1e6);
+    if (t.silentAtUs >= 0) {
+        run->insert(QStringLiteral("silentFromSeconds"), double(t.silentAtUs) / 1e6);
+        run->insert(QStringLiteral("silentForSeconds"), double(t.silentForUs) / 1e6);
+    }
+    if (!t.waitingFor.isEmpty())
+        run->insert(QStringLiteral("waitingFor"), t.waitingFor);
+    if (t.hasStream) {
+        static const char* const names[CxRunHistory::kStreamStats] = {
+            "missingPackets", "resendRequests", "resentPackets", "underruns", "failures", "timeouts",
+            "transferredBytes"};
+        QVariantMap stream;
+        for (int k = 0; k < CxRunHistory::kStreamStats; ++k)
+            stream.insert(QLatin1String(names[k]), t.stream[k]);
+        run->insert(QStringLiteral("stream"), stream);
+    }
+}
 
 QTableWidgetItem* centredItem(const QString& text = QString())
 {
@@ -837,37 +867,12 @@ QVariantMap CxDataGraphForm::runOf(qulonglong hCam)
         if (verdict.bufferLastsSeconds >= 0.0)
             run.insert(QStringLiteral("bufferLastsSeconds"), verdict.bufferLastsSeconds);
     }
-    run.insert(QStringLiteral("delivered"), t.delivered);
-    run.insert(QStringLiteral("deliveredBytes"), t.deliveredBytes);
-    run.insert(QStringLiteral("deliveredRate"), t.deliveredRate());
-    run.insert(QStringLiteral("deliveredFrameRate"), t.deliveredFrameRate());
-    run.insert(QStringLiteral("framesNotDelivered"), t.lostFrames);
-    if (t.askedRate() > 0.0) {
-        run.insert(QStringLiteral("setRate"), t.askedRate());
-        run.insert(QStringLiteral("setFrameRate"), t.askedFrameRate());
-    }
+    addArrivals(t, &run);
     const bool measuring = line->isMeasurementRunning();
     run.insert(QStringLiteral("measuring"), measuring);
     if (measuring || t.hostDurationUs > 0)
         run.insert(QStringLiteral("measuredSeconds"),
                    double(measuring ? line->history.hostUs() : t.hostDurationUs) / 1e6);
-    if (t.lostAtUs >= 0)
-        run.insert(QStringLiteral("cameraLostAtSeconds"), double(t.lostAtUs) / 1e6);
-    if (t.silentAtUs >= 0) {
-        run.insert(QStringLiteral("silentFromSeconds"), double(t.silentAtUs) / 1e6);
-        run.insert(QStringLiteral("silentForSeconds"), double(t.silentForUs) / 1e6);
-    }
-    if (!t.waitingFor.isEmpty())
-        run.insert(QStringLiteral("waitingFor"), t.waitingFor);
-    if (t.hasStream) {
-        static const char* const names[CxRunHistory::kStreamStats] = {
-            "missingPackets", "resendRequests", "resentPackets", "underruns", "failures", "timeouts",
-            "transferredBytes"};
-        QVariantMap stream;
-        for (int k = 0; k < CxRunHistory::kStreamStats; ++k)
-            stream.insert(QLatin1String(names[k]), t.stream[k]);
-        run.insert(QStringLiteral("stream"), stream);
-    }
     run.insert(QStringLiteral("fallsBehind"), verdict.fallsBehind);
     run.insert(QStringLiteral("verdictWord"), verdict.word);
     if (!line->runLogError.isEmpty())

@@ -883,15 +883,13 @@ void CxRunHistory::sayWord(const SxTotals& t, SxVerdict* v)
 {
     if (t.hostDurationUs <= 0 && t.frames == 0)
         return;
+    const double required = double(t.required);
+    const double average = t.linkAverage();
     if (t.lostAtUs >= 0) {
         v->word = tr("Camera lost");
         v->reason = tr("it stopped answering at %1 s, and the run ended there.").arg(seconds(t.lostAtUs));
-        return;
-    }
-    const double required = double(t.required);
-    const double average = t.linkAverage();
-    // A run folded without its arrivals (an older log) has frames but no delivery to judge.
-    if (t.silentAtUs >= 0 || (t.delivered == 0 && t.frames == 0)) {
+    } else if (t.silentAtUs >= 0 || (t.delivered == 0 && t.frames == 0)) {
+        // A run folded without its arrivals (an older log) has frames but no delivery to judge.
         v->word = tr("Falls behind");
         v->reason = t.silentAtUs >= 0 ? tr("no image came for %1 s from %2 s on")
                                             .arg(seconds(t.silentForUs), seconds(t.silentAtUs))
@@ -932,7 +930,7 @@ void CxRunHistory::sayWord(const SxTotals& t, SxVerdict* v)
         v->reason = tr("everything the camera sent arrived, without a dip or an overflow in %1.")
                         .arg(durationText(t.durationUs));
     }
-    v->fallsBehind = v->fallsBehind || v->word == tr("Falls behind");
+    v->fallsBehind = !v->word.startsWith(tr("Keeps up")) && v->word != tr("Too short to tell");
 }
 
 CxRunHistory::SxVerdict CxRunHistory::arithmetic(const SxTotals& totals)
@@ -979,8 +977,6 @@ CxRunHistory::SxVerdict CxRunHistory::arithmetic(const SxTotals& totals)
                      .arg(totals.stream[StreamMissingPackets])
                      .arg(totals.stream[StreamResendRequests])
                      .arg(totals.stream[StreamResentPackets]);
-    verdict.fallsBehind =
-        deliveredShort || totals.lostFrames > 0 || totals.lostAtUs >= 0 || totals.silentAtUs >= 0 || verdict.events > 0;
     const double average = totals.linkAverage();
     if (!totals.acquisition && totals.required > 0 && average > 0.0) {
         const double required = double(totals.required);
@@ -1003,7 +999,6 @@ CxRunHistory::SxVerdict CxRunHistory::arithmetic(const SxTotals& totals)
                          .arg(verdict.headroom, 0, 'f', 2);
         }
         if (carried < required) {
-            verdict.fallsBehind = true;
             const double deficit = required - carried;
             if (totals.bufferSize <= 0) {
                 lines << tr("The link falls behind by %1 MB/s; the camera's buffer size is not known.")

@@ -173,7 +173,7 @@ public:
         // behind", "Camera lost" or "Too short to tell", and the sentence that makes it so.
         QString word;
         QString reason;
-        bool fallsBehind = false; // the delivered rate or the link is short of what is asked
+        bool fallsBehind = false; // the run did not keep up: it fell behind, or lost its camera
         quint64 events = 0; // overflows, or counter increases in the acquisition mode
         double hours = 0.0;
         double upperPerHour = 0.0;        // 95 % upper bound of the event rate
