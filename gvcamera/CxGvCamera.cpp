@@ -6,9 +6,9 @@
 #include <QTemporaryDir>
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <mutex>
 #include <thread>
-#include <cstring>
 
 namespace {
 
@@ -87,7 +87,8 @@ void CxGvCamera::Private::answerRegisters()
         arv_fake_camera_read_register(fake, ARV_FAKE_CAMERA_REGISTER_EXPOSURE_TIME_US, &exposure);
         arv_fake_camera_read_register(fake, ARV_FAKE_CAMERA_REGISTER_ACQUISITION_FRAME_PERIOD_US, &period);
         if (exposure > period)
-            arv_fake_camera_write_register(fake, ARV_FAKE_CAMERA_REGISTER_ACQUISITION_FRAME_PERIOD_US, exposure);
+            arv_fake_camera_write_register(fake, ARV_FAKE_CAMERA_REGISTER_ACQUISITION_FRAME_PERIOD_US,
+                                           exposure);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
@@ -196,7 +197,8 @@ bool CxGvCamera::start(const SxGvCameraOptions& options, QString* error)
     const guint32 period = guint32(1e6 / options.fps + 0.5);
     arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_ACQUISITION_FRAME_PERIOD_US, period);
     // An exposure that fits the asked frame rate, as a user would set it.
-    arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_EXPOSURE_TIME_US, std::min(period, 1000u));
+    arv_fake_camera_write_register(d->camera, ARV_FAKE_CAMERA_REGISTER_EXPOSURE_TIME_US,
+                                   std::min(period, 1000u));
     arv_fake_camera_set_fill_pattern(d->camera, &Private::fill, d.get());
     d->stopRegisters = false;
     d->registers = std::thread(&Private::answerRegisters, d.get());

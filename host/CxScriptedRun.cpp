@@ -14,7 +14,6 @@
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QImageWriter>
-#include <QSaveFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLineEdit>
@@ -23,11 +22,12 @@
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QSaveFile>
 #include <QTableWidget>
 #include <QToolButton>
 #include <cmath>
-#include <cstring>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <qcustomplot.h>
 #include <unistd.h>
@@ -47,7 +47,6 @@ enum : int
     colFirstCounter = 4,
     colLastCounter = 9,
 };
-
 
 // A start failure names its camera but not why it failed; a camera that said why is added.
 QString withRefusals(const QString& text)
@@ -72,7 +71,8 @@ QString savePicture(const QString& path, const QImage& image)
         return file.errorString();
     QImageWriter writer(&file, "png");
     if (!writer.write(image)) {
-        const QString reason = file.error() != QFileDevice::NoError ? file.errorString() : writer.errorString();
+        const QString reason =
+            file.error() != QFileDevice::NoError ? file.errorString() : writer.errorString();
         file.cancelWriting();
         return reason;
     }
@@ -349,24 +349,25 @@ bool CxScriptedRun::checkCameras()
         const QVariantMap& run = camera.run;
         if (run.contains(QStringLiteral("runLogError")) && !m_logReported.contains(camera.hCam)) {
             m_logReported.insert(camera.hCam);
-            m_failures.append(QStringLiteral("%1: %2").arg(describe(camera), run.value(QStringLiteral("runLogError")).toString()));
+            m_failures.append(QStringLiteral("%1: %2").arg(
+                describe(camera), run.value(QStringLiteral("runLogError")).toString()));
         }
         if (m_reported.contains(camera.hCam))
             continue;
         if (run.contains(QStringLiteral("cameraLostAtSeconds"))) {
-            m_failures.append(QStringLiteral("%1: the camera stopped answering at %2 s")
-                                  .arg(describe(camera))
-                                  .arg(run.value(QStringLiteral("cameraLostAtSeconds")).toDouble(), 0, 'f', 1));
+            m_failures.append(
+                QStringLiteral("%1: the camera stopped answering at %2 s")
+                    .arg(describe(camera))
+                    .arg(run.value(QStringLiteral("cameraLostAtSeconds")).toDouble(), 0, 'f', 1));
             failed = true;
             m_reported.insert(camera.hCam);
         } else if (run.contains(QStringLiteral("silentFromSeconds"))) {
             const QString waiting = run.value(QStringLiteral("waitingFor")).toString();
-            m_failures.append(
-                QStringLiteral("%1: no image for %2 s from %3 s on%4")
-                    .arg(describe(camera))
-                    .arg(run.value(QStringLiteral("silentForSeconds")).toDouble(), 0, 'f', 1)
-                    .arg(run.value(QStringLiteral("silentFromSeconds")).toDouble(), 0, 'f', 1)
-                    .arg(waiting.isEmpty() ? QString() : QStringLiteral(": ") + waiting));
+            m_failures.append(QStringLiteral("%1: no image for %2 s from %3 s on%4")
+                                  .arg(describe(camera))
+                                  .arg(run.value(QStringLiteral("silentForSeconds")).toDouble(), 0, 'f', 1)
+                                  .arg(run.value(QStringLiteral("silentFromSeconds")).toDouble(), 0, 'f', 1)
+                                  .arg(waiting.isEmpty() ? QString() : QStringLiteral(": ") + waiting));
             failed = true;
             m_reported.insert(camera.hCam);
         }
@@ -388,10 +389,11 @@ void CxScriptedRun::checkDeliveries()
         info.request = KS_TI_WAITING;
         const KSCORE_HANDLE hCam = reinterpret_cast<KSCORE_HANDLE>(camera.hCam);
         const bool waiting = ksApi_GetTransportInfo(hCam, &info) && (info.flags & KS_TI_WAITING);
-        m_failures.append(QStringLiteral("%1: no image in the %2 s it measured%3")
-                              .arg(describe(camera))
-                              .arg(run.value(QStringLiteral("measuredSeconds")).toDouble(), 0, 'f', 1)
-                              .arg(waiting ? QStringLiteral(": ") + QString::fromUtf8(info.waitingFor) : QString()));
+        m_failures.append(
+            QStringLiteral("%1: no image in the %2 s it measured%3")
+                .arg(describe(camera))
+                .arg(run.value(QStringLiteral("measuredSeconds")).toDouble(), 0, 'f', 1)
+                .arg(waiting ? QStringLiteral(": ") + QString::fromUtf8(info.waitingFor) : QString()));
     }
 }
 
@@ -474,9 +476,9 @@ void CxScriptedRun::saveMeasuringShot()
 QMap<QString, int> CxScriptedRun::restoredValues(void* hCam)
 {
     QMap<QString, int> values;
-    for (const char* name : {"imgdataformat", "buffer_policy", "output_bit_depth", "output_bit_packing",
-                             "column_fpn_correction", "row_fpn_correction", "LUTEnable",
-                             "test_pattern_generator_selector", "test_pattern"}) {
+    for (const char* name :
+         {"imgdataformat", "buffer_policy", "output_bit_depth", "output_bit_packing", "column_fpn_correction",
+          "row_fpn_correction", "LUTEnable", "test_pattern_generator_selector", "test_pattern"}) {
         int value = 0;
         if (ksApi_GetParamInt(hCam, name, value))
             values.insert(QLatin1String(name), value);
@@ -495,10 +497,14 @@ void CxScriptedRun::checkRestored()
         QStringList changed;
         for (auto it = before.cbegin(); it != before.cend(); ++it)
             if (after.value(it.key(), it.value()) != it.value())
-                changed << QStringLiteral("%1 %2 (was %3)").arg(it.key()).arg(after.value(it.key())).arg(it.value());
+                changed << QStringLiteral("%1 %2 (was %3)")
+                               .arg(it.key())
+                               .arg(after.value(it.key()))
+                               .arg(it.value());
         m_restored.insert(camera.hCam, changed.isEmpty());
         if (!changed.isEmpty())
-            m_failures.append(QStringLiteral("%1: left changed: %2").arg(describe(camera), changed.join(QStringLiteral(", "))));
+            m_failures.append(QStringLiteral("%1: left changed: %2")
+                                  .arg(describe(camera), changed.join(QStringLiteral(", "))));
     }
 }
 
@@ -523,7 +529,8 @@ void CxScriptedRun::saveRunHistories()
             QDir(m_options.outDir).filePath(fileNameOf(name) + QStringLiteral(".history.png"));
         const QString error = savePicture(shot, window->grab().toImage());
         if (!error.isEmpty())
-            m_failures.append(QStringLiteral("%1: the run history could not be written: %2").arg(shot, error));
+            m_failures.append(
+                QStringLiteral("%1: the run history could not be written: %2").arg(shot, error));
         window->close();
     }
 }
@@ -669,22 +676,24 @@ void CxScriptedRun::printTable(const QJsonArray& cameras) const
     }
     // The whole run's figures, from its history: the panel's table shows the store's last
     // seconds only.
-    fprintf(stdout, "%-36s %-24s %9s %9s %9s %9s %9s %6s  %s\n", "Camera", "Verdict", "Link MB/s", "Deliv MB/s",
-            "Low MB/s", "Max buf %", "Overflows", "Dips", "Deepest dip");
+    fprintf(stdout, "%-36s %-24s %9s %9s %9s %9s %9s %6s  %s\n", "Camera", "Verdict", "Link MB/s",
+            "Deliv MB/s", "Low MB/s", "Max buf %", "Overflows", "Dips", "Deepest dip");
     for (const QJsonValue& entry : cameras) {
         const QJsonObject camera = entry.toObject();
         const QJsonObject run = camera.value("run").toObject();
         auto number = [&run](const char* key, int decimals) {
-            return run.contains(QLatin1String(key)) ? QString::number(run.value(QLatin1String(key)).toDouble(), 'f', decimals)
-                                                    : QStringLiteral("-");
+            return run.contains(QLatin1String(key))
+                       ? QString::number(run.value(QLatin1String(key)).toDouble(), 'f', decimals)
+                       : QStringLiteral("-");
         };
         const QString deepest = run.value("dips").toDouble() > 0
-                                    ? QStringLiteral("%1 MB/s at %2 s").arg(number("deepestDip", 1), number("deepestDipAtSeconds", 1))
+                                    ? QStringLiteral("%1 MB/s at %2 s")
+                                          .arg(number("deepestDip", 1), number("deepestDipAtSeconds", 1))
                                     : QStringLiteral("-");
-        fprintf(stdout, "%-36s %-24s %9s %9s %9s %9s %9s %6s  %s\n", qPrintable(camera.value("name").toString()),
-                qPrintable(run.value("verdictWord").toString()), qPrintable(number("linkAverage", 1)),
-                qPrintable(number("deliveredRate", 1)), qPrintable(number("lowestSpeed", 1)),
-                qPrintable(number("highestLevel", 1)), qPrintable(number("overflows", 0)),
-                qPrintable(number("dips", 0)), qPrintable(deepest));
+        fprintf(stdout, "%-36s %-24s %9s %9s %9s %9s %9s %6s  %s\n",
+                qPrintable(camera.value("name").toString()), qPrintable(run.value("verdictWord").toString()),
+                qPrintable(number("linkAverage", 1)), qPrintable(number("deliveredRate", 1)),
+                qPrintable(number("lowestSpeed", 1)), qPrintable(number("highestLevel", 1)),
+                qPrintable(number("overflows", 0)), qPrintable(number("dips", 0)), qPrintable(deepest));
     }
 }

@@ -22,10 +22,10 @@
 #include <QLocale>
 #include <QPointer>
 #include <QSettings>
+#include <QSocketNotifier>
 #include <QStandardPaths>
 #include <QTemporaryFile>
 #include <QTranslator>
-#include <QSocketNotifier>
 #include <csignal>
 #include <cstdio>
 #include <functional>
@@ -97,9 +97,10 @@ int parseOptions(const QStringList& arguments, SxHostOptions* options)
         QStringLiteral("language"),
         QStringLiteral("Language of the window and its panels, such as de or en (default: the user's)."),
         QStringLiteral("LANG"));
-    const QCommandLineOption list(QStringLiteral("list-cameras"),
-                                  QStringLiteral("Lists every camera the backends find, with its id, model, serial "
-                                                 "number and link, and exits."));
+    const QCommandLineOption list(
+        QStringLiteral("list-cameras"),
+        QStringLiteral("Lists every camera the backends find, with its id, model, serial "
+                       "number and link, and exits."));
     parser.addOptions({help, cameras, camera, headless, duration, mode, out, plugins, language, list});
     if (!parser.parse(arguments)) {
         fprintf(stderr, "lumorix-sim: %s\nTry --help.\n", qPrintable(parser.errorText()));
@@ -261,7 +262,8 @@ int main(int argc, char* argv[])
         QStringList known;
         for (const SxCameraDescription& camera : CxCameraRegistry::cameras())
             known << camera.id;
-        fprintf(stderr, "lumorix-sim: --camera: no camera '%s'; these can be opened: %s (or aravis:ADDRESS)\n",
+        fprintf(stderr,
+                "lumorix-sim: --camera: no camera '%s'; these can be opened: %s (or aravis:ADDRESS)\n",
                 qPrintable(id), qPrintable(known.join(QStringLiteral(", "))));
         return 2;
     }

@@ -368,7 +368,8 @@ void TestAravis::theHostMeasuresTheCamerasItIsGiven()
     QVERIFY(serve(m_camera));
     QTemporaryDir out;
     QString output;
-    QVERIFY2(runHost({QStringLiteral("--duration"), QStringLiteral("2")}, &output, &out) == 0, qPrintable(output));
+    QVERIFY2(runHost({QStringLiteral("--duration"), QStringLiteral("2")}, &output, &out) == 0,
+             qPrintable(output));
     QFile summary(out.filePath(QStringLiteral("summary.json")));
     QVERIFY(summary.open(QIODevice::ReadOnly));
     const QJsonArray cameras = QJsonDocument::fromJson(summary.readAll()).object().value("cameras").toArray();
@@ -376,8 +377,9 @@ void TestAravis::theHostMeasuresTheCamerasItIsGiven()
     QVERIFY2(qAbs(cameras[0].toObject().value("linkAverage").toDouble() - 400.0) < 2.0, qPrintable(output));
     // A camera that is not there ends the run with the reason.
     QCOMPARE(runHost({QStringLiteral("--camera"), QStringLiteral("aravis:127.0.0.7")}, &output, &out), 1);
-    QVERIFY2(output.contains(QStringLiteral("camera aravis:127.0.0.7 could not be opened: aravis:127.0.0.7:")),
-             "the reason follows the camera");
+    QVERIFY2(
+        output.contains(QStringLiteral("camera aravis:127.0.0.7 could not be opened: aravis:127.0.0.7:")),
+        "the reason follows the camera");
 }
 
 void TestAravis::aVanishedCameraShowsAsDisconnected()
@@ -485,10 +487,11 @@ void TestAravis::aRefusingOrWaitingCameraFailsTheRunAtOnce()
                         QStringLiteral("TriggerMode=On")});
     QVERIFY(client.waitForFinished(20000) && client.exitCode() == 0);
     QCOMPARE(runHost({QStringLiteral("--duration"), QStringLiteral("2")}, &output, &out), 1);
-    QVERIFY2(output.contains(QStringLiteral("no image in the")) &&
-                 output.contains(QStringLiteral("TriggerMode is On for FrameStart: the camera waits for a trigger "
-                                                "from Line0")),
-             qPrintable(output));
+    QVERIFY2(
+        output.contains(QStringLiteral("no image in the")) &&
+            output.contains(QStringLiteral("TriggerMode is On for FrameStart: the camera waits for a trigger "
+                                           "from Line0")),
+        qPrintable(output));
 }
 
 // Killed mid-run, the camera ends the scripted run within seconds, with exit code 1 and the
@@ -538,21 +541,22 @@ void TestAravis::aThirdPartyClientFindsTheStandardFeatures()
     QVERIFY(serve(m_camera, options));
     auto control = [&tool](const QStringList& features) {
         QProcess client;
-        client.start(tool, QStringList{QStringLiteral("-a"), QStringLiteral("127.0.0.1"), QStringLiteral("control")} +
-                               features);
+        client.start(
+            tool, QStringList{QStringLiteral("-a"), QStringLiteral("127.0.0.1"), QStringLiteral("control")} +
+                      features);
         client.waitForFinished(20000);
         return QString::fromLocal8Bit(client.readAllStandardOutput());
     };
     control({"ExposureTime=20000", "Gain=3", "DeviceUserID=bench-1", "OffsetX=16", "TriggerSource=Software"});
     const QString read = control({"ExposureTime", "AcquisitionFrameRate", "Gain", "DeviceUserID", "OffsetX",
-                                  "WidthMax", "HeightMax", "TriggerSelector", "TriggerSource", "TriggerSoftware",
-                                  "GevTimestampTickFrequency", "GevTimestampControlLatch", "GevTimestampValue",
-                                  "DeviceVersion"});
-    for (const char* said : {"ExposureTime = 20000 us", "AcquisitionFrameRate = 50 ", "Gain = 3 dB",
-                             "DeviceUserID = bench-1", "OffsetX = 16 ", "WidthMax = 2032", "HeightMax = 2048",
-                             "TriggerSelector = FrameStart", "TriggerSource = Software",
-                             "GevTimestampTickFrequency = 250000000", "GevTimestampValue = ",
-                             "DeviceVersion = ks-gv-camera " KS_GV_CAMERA_VERSION})
+                                  "WidthMax", "HeightMax", "TriggerSelector", "TriggerSource",
+                                  "TriggerSoftware", "GevTimestampTickFrequency", "GevTimestampControlLatch",
+                                  "GevTimestampValue", "DeviceVersion"});
+    for (const char* said :
+         {"ExposureTime = 20000 us", "AcquisitionFrameRate = 50 ", "Gain = 3 dB", "DeviceUserID = bench-1",
+          "OffsetX = 16 ", "WidthMax = 2032", "HeightMax = 2048", "TriggerSelector = FrameStart",
+          "TriggerSource = Software", "GevTimestampTickFrequency = 250000000",
+          "GevTimestampValue = ", "DeviceVersion = ks-gv-camera " KS_GV_CAMERA_VERSION})
         QVERIFY2(read.contains(QLatin1String(said)), qPrintable(read));
     // Its own description, not the fake camera's.
     QProcess client;

@@ -335,7 +335,8 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     CxRunHistory::SxTotals read;
     QVector<CxRunHistory::SxEvent> back;
     QString name;
-    const QString failed = logAndReadBack(history, log, QStringLiteral("Counting camera"), &read, &back, &name);
+    const QString failed =
+        logAndReadBack(history, log, QStringLiteral("Counting camera"), &read, &back, &name);
     QVERIFY2(failed.isEmpty(), qPrintable(failed));
     QCOMPARE(name, QStringLiteral("Counting camera"));
     QCOMPARE(back.size(), counters.size());
@@ -349,9 +350,9 @@ void TestHistory::eventsAreFoundWithTheirStartDurationAndDepth()
     QFile written(log);
     QVERIFY(written.open(QIODevice::ReadOnly));
     // As a spreadsheet reads it: a line for the second, counts as whole numbers, then the events.
-    QVERIFY(
-        written.readAll().contains("\nsecond,3600.000,3,0,0.000,0.000,0.000000,0.000,0.000000,0,2,3,0,0,1,0.000,0,0,"
-                                   "0.000,0.000,0,0.000,,,,,,,,,,,,3\nevent,0.001000,0.000000,API skip,3,3\n"));
+    QVERIFY(written.readAll().contains(
+        "\nsecond,3600.000,3,0,0.000,0.000,0.000000,0.000,0.000000,0,2,3,0,0,1,0.000,0,0,"
+        "0.000,0.000,0,0.000,,,,,,,,,,,,3\nevent,0.001000,0.000000,API skip,3,3\n"));
     // Drawn with two of the counters: each one's count, and its records around every event;
     // nothing of the others.
     CxHistoryPlot::clear(&plot);
@@ -458,10 +459,11 @@ void TestHistory::verdictShowsItsArithmetic()
     t.bytes = 560e6 * 100;
     t.linkUs = 100e6;
     CxRunHistory::SxVerdict v = CxRunHistory::verdict(t);
-    QVERIFY2(v.text.startsWith(QStringLiteral("Falls behind: the link averaged 560.0 MB/s over the run against "
-                                              "720 MB/s required.\n0 overflows in 8 h 12 min: fewer than 0.37 "
-                                              "per hour at 95 % confidence (3.00 / 8.2 h).")),
-             qPrintable(v.text));
+    QVERIFY2(
+        v.text.startsWith(QStringLiteral("Falls behind: the link averaged 560.0 MB/s over the run against "
+                                         "720 MB/s required.\n0 overflows in 8 h 12 min: fewer than 0.37 "
+                                         "per hour at 95 % confidence (3.00 / 8.2 h).")),
+        qPrintable(v.text));
     QVERIFY(qAbs(v.headroom - 560.0 / 720.0) < 1e-9);
     QVERIFY(qAbs(v.bufferLastsSeconds - 268435456.0 / 160e6) < 1e-9);
     QVERIFY(v.text.contains(QStringLiteral("lasts 1.68 s")));
@@ -481,14 +483,19 @@ void TestHistory::verdictWordIsEarned_data()
     QTest::addColumn<bool>("dip");
     QTest::addColumn<bool>("lost");
     QTest::addColumn<QString>("word");
-    QTest::newRow("three hours clean") << 3.1 << 400.0 << false << false << "Keeps up: everything the camera sent arrived";
+    QTest::newRow("three hours clean")
+        << 3.1 << 400.0 << false << false << "Keeps up: everything the camera sent arrived";
     QTest::newRow("three hours with a dip")
-        << 3.1 << 400.0 << true << false << "Keeps up, with dips the buffer absorbed: 1 dips, the deepest to 100.0 MB/s";
-    QTest::newRow("ten seconds") << 10.0 / 3600 << 400.0 << false << false
-                                 << "Too short to tell: nothing went wrong in 10.2 s, but only a run of 3 h 0 min";
-    QTest::newRow("a slow link") << 10.0 / 3600 << 250.0 << false << false
-                                 << "Falls behind: the link averaged 250.0 MB/s over the run against 300 MB/s";
-    QTest::newRow("a camera gone") << 10.0 / 3600 << 400.0 << false << true << "Camera lost: it stopped answering at";
+        << 3.1 << 400.0 << true << false
+        << "Keeps up, with dips the buffer absorbed: 1 dips, the deepest to 100.0 MB/s";
+    QTest::newRow("ten seconds")
+        << 10.0 / 3600 << 400.0 << false << false
+        << "Too short to tell: nothing went wrong in 10.2 s, but only a run of 3 h 0 min";
+    QTest::newRow("a slow link")
+        << 10.0 / 3600 << 250.0 << false << false
+        << "Falls behind: the link averaged 250.0 MB/s over the run against 300 MB/s";
+    QTest::newRow("a camera gone") << 10.0 / 3600 << 400.0 << false << true
+                                   << "Camera lost: it stopped answering at";
 }
 
 // Each word from a run made to earn it: frames back to back at the link's rate against 300
@@ -589,7 +596,8 @@ void TestHistory::whatArrivedIsCountedOnTheHostsClock()
     for (int i = 0; i < back.size(); ++i)
         QVERIFY(back[i].kind == events[i].kind && back[i].counter == events[i].counter);
     CxRunHistoryDlg window(QStringLiteral("Arriving camera"), &history);
-    QVERIFY(summaryOf(&window).contains(QStringLiteral("<td>Frames not delivered</td><td>&nbsp;&nbsp;101</td>")));
+    QVERIFY(
+        summaryOf(&window).contains(QStringLiteral("<td>Frames not delivered</td><td>&nbsp;&nbsp;101</td>")));
 
     // A link faster than the camera sends idles between frames: no dip there, though a
     // stall inside a frame still is one.

@@ -170,15 +170,16 @@ void TestHost::realWindowUnderAVirtualDisplay()
 void TestHost::fullDiskFailsTheRunWithoutHangingIt()
 {
     QTemporaryDir dir;
-    QVERIFY(
-        QFile::link(QStringLiteral("/dev/full"), dir.filePath(QStringLiteral("KSC-2000U3_KS2102117_usb3-left.csv"))));
+    QVERIFY(QFile::link(QStringLiteral("/dev/full"),
+                        dir.filePath(QStringLiteral("KSC-2000U3_KS2102117_usb3-left.csv"))));
     const SxRun run = runHost({QStringLiteral("--duration"), QStringLiteral("1"), QStringLiteral("--camera"),
                                QStringLiteral("usb3-left"), QStringLiteral("--out"), dir.path()});
     QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(
-                 QStringLiteral("failed:\n  Export Measured Data: The report could not be written")) &&
-                 run.err.contains(QStringLiteral("KSC-2000U3_KS2102117_usb3-left.csv: No space left on device")),
-             qPrintable(run.err));
+    QVERIFY2(
+        run.err.contains(
+            QStringLiteral("failed:\n  Export Measured Data: The report could not be written")) &&
+            run.err.contains(QStringLiteral("KSC-2000U3_KS2102117_usb3-left.csv: No space left on device")),
+        qPrintable(run.err));
     QFile summary(dir.filePath(QStringLiteral("summary.json")));
     QVERIFY(summary.open(QIODevice::ReadOnly));
     const QJsonArray failures =
@@ -234,15 +235,17 @@ void TestHost::anInterruptedRunOfTwinCamerasLeavesEverything()
     QTemporaryDir dir;
     QFile config(dir.filePath(QStringLiteral("twins.json")));
     QVERIFY(config.open(QIODevice::WriteOnly));
-    config.write(R"({"cameras": [{"id": "twin-a", "link": {"rate": 200}}, {"id": "twin-b", "link": {"rate": 200}}]})");
+    config.write(
+        R"({"cameras": [{"id": "twin-a", "link": {"rate": 200}}, {"id": "twin-b", "link": {"rate": 200}}]})");
     config.close();
     const QString out = dir.filePath(QStringLiteral("out"));
     QProcess process;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.remove(QStringLiteral("DISPLAY"));
     process.setProcessEnvironment(env);
-    process.start(QStringLiteral(HOST_PATH), {QStringLiteral("--cameras"), config.fileName(), QStringLiteral("--duration"),
-                                              QStringLiteral("20"), QStringLiteral("--out"), out});
+    process.start(QStringLiteral(HOST_PATH),
+                  {QStringLiteral("--cameras"), config.fileName(), QStringLiteral("--duration"),
+                   QStringLiteral("20"), QStringLiteral("--out"), out});
     QByteArray output;
     QTRY_VERIFY_WITH_TIMEOUT((output += process.readAllStandardOutput()).contains("measuring 2."), 20000);
     ::kill(pid_t(process.processId()), SIGINT); // Ctrl+C
@@ -267,8 +270,9 @@ void TestHost::anInterruptedRunOfTwinCamerasLeavesEverything()
         QVector<CxRunHistory::SxEvent> events;
         QString name;
         QString error;
-        QVERIFY2(CxRunHistory::readLog(QDir(out).filePath(expected[i * 3 + 2]), &totals, &events, &name, &error),
-                 qPrintable(error));
+        QVERIFY2(
+            CxRunHistory::readLog(QDir(out).filePath(expected[i * 3 + 2]), &totals, &events, &name, &error),
+            qPrintable(error));
         QVERIFY(totals.frames > 20 && qAbs(totals.linkAverage() - 200.0) < 2.0);
     }
 }
@@ -326,12 +330,15 @@ void TestHost::badCommandLinesAreRefusedClearly_data()
     QTest::newRow("unpaced camera") << camera("unpaced.json", R"("pacing": "unpaced")")
                                     << "cameras[0].pacing: \"unpaced\" runs on a virtual clock" << 2;
     QTest::newRow("unknown camera") << QStringList{"--camera", "nosuchcam"}
-                                    << "no camera 'nosuchcam'; these can be opened: usb3-left, 5gige-right" << 2;
+                                    << "no camera 'nosuchcam'; these can be opened: usb3-left, 5gige-right"
+                                    << 2;
     QTest::newRow("output folder that takes no file")
-        << QStringList{"--headless", "--out", "/proc/1"} << "/proc/1: the output folder cannot be written: " << 2;
+        << QStringList{"--headless", "--out", "/proc/1"}
+        << "/proc/1: the output folder cannot be written: " << 2;
     QTest::newRow("help names the program and its files")
         << QStringList{"--help"} << "Usage: lumorix-sim [options]" << 0;
-    QTest::newRow("the cameras listed") << QStringList{"--list-cameras"} << "usb3-left\tKSC-2000U3\tKS2102117\tUSB3" << 0;
+    QTest::newRow("the cameras listed")
+        << QStringList{"--list-cameras"} << "usb3-left\tKSC-2000U3\tKS2102117\tUSB3" << 0;
 }
 
 void TestHost::badCommandLinesAreRefusedClearly()

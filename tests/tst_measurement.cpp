@@ -339,7 +339,8 @@ void TestMeasurement::captureTimeoutsLeaveTheStoreAndLogOncePerTimeout()
     QVERIFY(log.contains(526, QStringLiteral("ksApi_GetImage failed to capture image")));
     // A second time-out, within the second after the first line, is told as the run ends. Stopped
     // before the worker began it, the run would end with nothing more to tell.
-    QTRY_VERIFY_WITH_TIMEOUT(logOf(hCam)->callLogText(true).filter(QStringLiteral("image")).size() >= 2, 5000);
+    QTRY_VERIFY_WITH_TIMEOUT(logOf(hCam)->callLogText(true).filter(QStringLiteral("image")).size() >= 2,
+                             5000);
     QVERIFY(line->stopMeasurement());
     // The stop waited for the pending capture, which ends with its own time-out, or the stop.
     QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
@@ -408,7 +409,8 @@ void TestMeasurement::deliveredRateIsWhatArrivesAgainstWhatTheCameraSends()
     QVERIFY(line->startMeasurement(4096, 100000));
     QVERIFY(runUntilDelivered(line.get(), 200));
     CxRunHistory::SxTotals t = line->history.totals();
-    QVERIFY2(qAbs(t.deliveredFrameRate() / 100.0 - 1.0) < 0.01, qPrintable(QString::number(t.deliveredFrameRate())));
+    QVERIFY2(qAbs(t.deliveredFrameRate() / 100.0 - 1.0) < 0.01,
+             qPrintable(QString::number(t.deliveredFrameRate())));
     QCOMPARE(t.askedFrameRate(), 100.0);
     QCOMPARE(t.lostFrames, quint64(0));
     QVERIFY(!CxRunHistory::verdict(t).fallsBehind);

@@ -6,8 +6,8 @@
 #include "DataGraphSetupDlg.h"
 #include "IxAppDelegate.h"
 #include "PluginLog.h"
-#include "ui_DataGraphForm.h"
 #include "WallClock.h"
+#include "ui_DataGraphForm.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -110,8 +110,8 @@ void addArrivals(const CxRunHistory::SxTotals& t, QVariantMap* run)
         run->insert(QStringLiteral("waitingFor"), t.waitingFor);
     if (t.hasStream) {
         static const char* const names[CxRunHistory::kStreamStats] = {
-            "missingPackets", "resendRequests", "resentPackets", "underruns", "failures", "timeouts",
-            "transferredBytes"};
+            "missingPackets", "resendRequests", "resentPackets",   "underruns",
+            "failures",       "timeouts",       "transferredBytes"};
         QVariantMap stream;
         for (int k = 0; k < CxRunHistory::kStreamStats; ++k)
             stream.insert(QLatin1String(names[k]), t.stream[k]);
@@ -903,7 +903,7 @@ QString CxDataGraphForm::fileNameOf(qulonglong hCam)
     const CxCameraLineData* line = cameraLines.value(handle);
     // The id makes it unique: two cameras of one name and serial number still get a file each.
     QString name = QStringLiteral("%1 %2").arg(line ? line->cameraName : QString(),
-                                              CxCameraManager::instance()->cameraId(handle));
+                                               CxCameraManager::instance()->cameraId(handle));
     return name.replace(QRegularExpression(QStringLiteral("[^A-Za-z0-9_.-]+")), QStringLiteral("_"));
 }
 
@@ -1525,7 +1525,7 @@ void CxDataGraphForm::on_btnStartAll_clicked()
             UpdateCameraAutoTransport(hCam);
             prepareRunLog(line, folder);
             line->dayStartMs = runDay();
-        if (!line->startMeasurement(uint(samplePeriod), maxSamples)) {
+            if (!line->startMeasurement(uint(samplePeriod), maxSamples)) {
                 showStartFailure(line);
                 failed = true;
                 break;

@@ -11,20 +11,23 @@
 #include <cmath>
 #include <map>
 #include <memory>
-#include <tuple>
 #include <time.h>
+#include <tuple>
 
 namespace {
 
 const char* const kEventKindNames[] = {"dip", "overflow", "counter", "camera lost", "no image", "stream"};
 const char* const kStreamStatNames[CxRunHistory::kStreamStats] = {
-    QT_TRANSLATE_NOOP("CxRunHistory", "missing packets"), QT_TRANSLATE_NOOP("CxRunHistory", "resend requests"),
-    QT_TRANSLATE_NOOP("CxRunHistory", "resent packets"),  QT_TRANSLATE_NOOP("CxRunHistory", "underruns"),
-    QT_TRANSLATE_NOOP("CxRunHistory", "failures"),        QT_TRANSLATE_NOOP("CxRunHistory", "timeouts"),
+    QT_TRANSLATE_NOOP("CxRunHistory", "missing packets"),
+    QT_TRANSLATE_NOOP("CxRunHistory", "resend requests"),
+    QT_TRANSLATE_NOOP("CxRunHistory", "resent packets"),
+    QT_TRANSLATE_NOOP("CxRunHistory", "underruns"),
+    QT_TRANSLATE_NOOP("CxRunHistory", "failures"),
+    QT_TRANSLATE_NOOP("CxRunHistory", "timeouts"),
     QT_TRANSLATE_NOOP("CxRunHistory", "transferred bytes")};
 // The acquisition counters as the run log names them, in the order of SxTotals::counterIncrease.
-const char* const kLogCounterNames[CxRunHistory::kCounters] = {"transport skip", "API skip", "missed trg overlap",
-                                                               "missed trg overflow", "buffer overflow"};
+const char* const kLogCounterNames[CxRunHistory::kCounters] = {
+    "transport skip", "API skip", "missed trg overlap", "missed trg overflow", "buffer overflow"};
 // The stream statistics whose bursts are events, and the slot of each in m_openStream.
 constexpr int kBurstStats[2] = {CxRunHistory::StreamMissingPackets, CxRunHistory::StreamUnderruns};
 
@@ -792,8 +795,8 @@ qint64 CxRunHistory::memoryBytes() const
     qint64 bytes =
         qint64(m_coarse.capacity() * sizeof(SxBucket) +
                m_coarseCounters.capacity() * sizeof(SxCounterBucket) + m_fine.capacity() * sizeof(SxBucket) +
-               m_fineCounters.capacity() * sizeof(SxCounterBucket) +
-               m_fineIndex.capacity() * sizeof(qint64) + m_delivery.capacity() * sizeof(SxDeliverySecond) +
+               m_fineCounters.capacity() * sizeof(SxCounterBucket) + m_fineIndex.capacity() * sizeof(qint64) +
+               m_delivery.capacity() * sizeof(SxDeliverySecond) +
                m_streamSeconds.capacity() * sizeof(SxStreamSecond)) +
         qint64(m_events.capacity()) * qint64(sizeof(SxEvent));
     for (const SxSnapshot& snapshot : m_snapshots)
@@ -850,19 +853,24 @@ QString seconds(qint64 us)
 QString deliveryLine(const CxRunHistory::SxTotals& t, bool* short_)
 {
     const double rate = t.deliveredRate();
-    const QString delivered =
-        QCoreApplication::translate("CxRunHistory", "Delivered %1 MB/s (%2 frames/s)").arg(rate, 0, 'f', 1).arg(t.deliveredFrameRate(), 0, 'f', 1);
+    const QString delivered = QCoreApplication::translate("CxRunHistory", "Delivered %1 MB/s (%2 frames/s)")
+                                  .arg(rate, 0, 'f', 1)
+                                  .arg(t.deliveredFrameRate(), 0, 'f', 1);
     const double set = t.askedRate();
     if (set <= 0.0)
-        return QCoreApplication::translate("CxRunHistory", "%1; what the camera is set to send is not known.").arg(delivered);
-    const QString asked = QCoreApplication::translate("CxRunHistory", "%1 of the %2 MB/s (%3 frames/s) the camera is set to send")
+        return QCoreApplication::translate("CxRunHistory", "%1; what the camera is set to send is not known.")
+            .arg(delivered);
+    const QString asked = QCoreApplication::translate(
+                              "CxRunHistory", "%1 of the %2 MB/s (%3 frames/s) the camera is set to send")
                               .arg(delivered)
                               .arg(set, 0, 'f', 0)
                               .arg(t.askedFrameRate(), 0, 'f', 1);
     *short_ = rate < set * (1.0 - CxRunHistory::kRateTolerance);
     if (!*short_)
         return asked + QLatin1Char('.');
-    return QCoreApplication::translate("CxRunHistory", "%1: the link or the host carries %2 % of it.").arg(asked).arg(rate / set * 100.0, 0, 'f', 0);
+    return QCoreApplication::translate("CxRunHistory", "%1: the link or the host carries %2 % of it.")
+        .arg(asked)
+        .arg(rate / set * 100.0, 0, 'f', 0);
 }
 
 } // namespace
@@ -891,9 +899,10 @@ void CxRunHistory::sayWord(const SxTotals& t, SxVerdict* v)
     } else if (t.silentAtUs >= 0 || (t.delivered == 0 && t.frames == 0)) {
         // A run folded without its arrivals (an older log) has frames but no delivery to judge.
         v->word = tr("Falls behind");
-        v->reason = t.silentAtUs >= 0 ? tr("no image came for %1 s from %2 s on")
-                                            .arg(seconds(t.silentForUs), seconds(t.silentAtUs))
-                                      : tr("no image arrived in %1 s").arg(seconds(t.hostDurationUs));
+        v->reason =
+            t.silentAtUs >= 0
+                ? tr("no image came for %1 s from %2 s on").arg(seconds(t.silentForUs), seconds(t.silentAtUs))
+                : tr("no image arrived in %1 s").arg(seconds(t.hostDurationUs));
         v->reason += t.waitingFor.isEmpty() ? QStringLiteral(".") : QStringLiteral(": %1.").arg(t.waitingFor);
     } else if (!t.acquisition && required > 0.0 && average > 0.0 && average < required) {
         v->word = tr("Falls behind");
@@ -908,17 +917,20 @@ void CxRunHistory::sayWord(const SxTotals& t, SxVerdict* v)
                         .arg(t.askedRate(), 0, 'f', 0);
     } else if (v->events > 0) {
         v->word = tr("Falls behind");
-        v->reason = t.acquisition ? tr("the camera counted %1 skipped frames, missed triggers and overflows.")
-                                        .arg(v->events)
-                                  : tr("%1 frames filled the camera's buffer.").arg(v->events);
+        v->reason =
+            t.acquisition
+                ? tr("the camera counted %1 skipped frames, missed triggers and overflows.").arg(v->events)
+                : tr("%1 frames filled the camera's buffer.").arg(v->events);
     } else if (t.lostFrames > 0) {
         v->word = tr("Falls behind");
         v->reason = tr("%1 frames the camera sent never arrived.").arg(t.lostFrames);
     } else if (v->upperPerHour > kProvenPerHour) {
         v->word = tr("Too short to tell");
-        v->reason = tr("nothing went wrong in %1, but only a run of %2 without a fault proves fewer than one "
-                       "an hour.")
-                        .arg(durationText(t.durationUs), durationText(qint64(std::ceil(poissonUpper95(0) / kProvenPerHour * 60.0) * 6e7)));
+        v->reason =
+            tr("nothing went wrong in %1, but only a run of %2 without a fault proves fewer than one "
+               "an hour.")
+                .arg(durationText(t.durationUs),
+                     durationText(qint64(std::ceil(poissonUpper95(0) / kProvenPerHour * 60.0) * 6e7)));
     } else if (t.dips > 0) {
         v->word = tr("Keeps up, with dips the buffer absorbed");
         v->reason = tr("%1 dips, the deepest to %2 MB/s at %3 s, never filled the camera's buffer.")
@@ -939,7 +951,8 @@ CxRunHistory::SxVerdict CxRunHistory::arithmetic(const SxTotals& totals)
     QStringList lines;
     // The word says the silence, unless the camera's loss took its place.
     if (totals.lostAtUs >= 0 && totals.silentAtUs >= 0)
-        lines << tr("No image came for %1 s from %2 s on.").arg(seconds(totals.silentForUs), seconds(totals.silentAtUs));
+        lines << tr("No image came for %1 s from %2 s on.")
+                     .arg(seconds(totals.silentForUs), seconds(totals.silentAtUs));
     if (totals.frames == 0 || totals.durationUs <= 0) {
         if (totals.hostDurationUs <= 0 && lines.isEmpty())
             lines << tr("Nothing measured yet.");
@@ -982,8 +995,8 @@ CxRunHistory::SxVerdict CxRunHistory::arithmetic(const SxTotals& totals)
         const double required = double(totals.required);
         const double delivered = totals.deliveredRate();
         // Fast inside frames is no headroom when the frames themselves do not come often enough.
-        const bool short_ = average >= required && totals.delivered >= 2 &&
-                            delivered < required * (1.0 - kRateTolerance);
+        const bool short_ =
+            average >= required && totals.delivered >= 2 && delivered < required * (1.0 - kRateTolerance);
         const double carried = short_ ? std::min(average, delivered) : average;
         if (short_) {
             lines << tr("Link average %1 MB/s inside frames, but %2 MB/s delivered against %3 MB/s "
@@ -1103,9 +1116,11 @@ void CxRunHistory::writeLogLine()
         return QStringLiteral("event,%1,%2,%3,%4,%5\n")
             .arg(double(e.startUs) / 1e6, 0, 'f', 6)
             .arg(double(e.durationUs) / 1e6, 0, 'f', 6)
-            .arg(e.kind == EventCounter  ? QLatin1String(kLogCounterNames[qBound(0, int(e.counter), kCounters - 1)])
-                 : e.kind == EventStream ? QLatin1String(kStreamStatNames[qBound(0, int(e.counter), kStreamStats - 1)])
-                                         : QLatin1String(kEventKindNames[e.kind]))
+            .arg(e.kind == EventCounter
+                     ? QLatin1String(kLogCounterNames[qBound(0, int(e.counter), kCounters - 1)])
+                 : e.kind == EventStream
+                     ? QLatin1String(kStreamStatNames[qBound(0, int(e.counter), kStreamStats - 1)])
+                     : QLatin1String(kEventKindNames[e.kind]))
             .arg(e.depth, 0, 'g', 8)
             .arg(e.count);
     };
@@ -1204,7 +1219,8 @@ bool CxRunHistory::readLog(const QString& path, SxTotals* totals, QVector<SxEven
             totals->bufferSize = header("# camera buffer size [B]: ").toInt();
         } else if (line.startsWith("# dip threshold [MB/s]: ")) {
             totals->dipThreshold = header("# dip threshold [MB/s]: ").toDouble();
-        } else if ((f.size() == 15 || f.size() == kLogSecondFields) && f[0] == "second" && f[1] != "time [s]") {
+        } else if ((f.size() == 15 || f.size() == kLogSecondFields) && f[0] == "second" &&
+                   f[1] != "time [s]") {
             totals->durationUs = qint64(text(1).toDouble() * 1e6);
             totals->frames = text(2).toULongLong();
             totals->bytes = text(3).toDouble();

@@ -174,7 +174,7 @@ public:
         QString word;
         QString reason;
         bool fallsBehind = false; // the run did not keep up: it fell behind, or lost its camera
-        quint64 events = 0; // overflows, or counter increases in the acquisition mode
+        quint64 events = 0;       // overflows, or counter increases in the acquisition mode
         double hours = 0.0;
         double upperPerHour = 0.0;        // 95 % upper bound of the event rate
         double headroom = 0.0;            // link average over required throughput; 0: unknown
@@ -317,7 +317,7 @@ private:
     qint64 m_lastUs = 0;
     qint32 m_lastCounters[kCounters] = {};
     std::deque<SxCounterRecord> m_recentRecords; // the last kSnapshotRecords
-    double m_lastFill = 0.0; // the modelled buffer as the last frame ended
+    double m_lastFill = 0.0;                     // the modelled buffer as the last frame ended
 
     qint64 m_clockStartUs = -1; // the coarse monotonic clock at begin(); -1: no run yet
     bool m_haveArrival = false;

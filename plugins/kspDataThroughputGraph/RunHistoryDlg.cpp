@@ -71,7 +71,9 @@ CxRunHistoryDlg::CxRunHistoryDlg(const QString& cameraName, const CxRunHistory* 
     connect(ui->events, &QTableWidget::cellDoubleClicked, this, &CxRunHistoryDlg::onEventActivated);
     connect(ui->btnOpenLog, &QPushButton::clicked, this, &CxRunHistoryDlg::onOpenLog);
     connect(ui->runPlot, &QCustomPlot::plottableClick, this,
-            [this](QCPAbstractPlottable* plottable, int dataIndex, QMouseEvent*) { onMarkClicked(plottable, dataIndex); });
+            [this](QCPAbstractPlottable* plottable, int dataIndex, QMouseEvent*) {
+                onMarkClicked(plottable, dataIndex);
+            });
     connect(&m_timer, &QTimer::timeout, this, &CxRunHistoryDlg::refresh);
     if (m_history) {
         m_timer.start(1000);
@@ -187,9 +189,10 @@ void CxRunHistoryDlg::present(const CxRunHistory::SxTotals& t, const QVector<CxR
     ui->verdict->setText(CxRunHistory::verdict(t).text);
     m_plot.draw(ui->runPlot, m_history, t, events);
 
-    m_linkBehind = !t.acquisition && t.required > 0 && t.linkAverage() > 0.0 && t.linkAverage() < double(t.required)
-                       ? t.linkAverage()
-                       : 0.0;
+    m_linkBehind =
+        !t.acquisition && t.required > 0 && t.linkAverage() > 0.0 && t.linkAverage() < double(t.required)
+            ? t.linkAverage()
+            : 0.0;
     m_runUs = t.durationUs;
     showEvents(events);
 }
@@ -201,8 +204,8 @@ void CxRunHistoryDlg::showEvents(const QVector<CxRunHistory::SxEvent>& events)
                a.durationUs == b.durationUs && a.depth == b.depth && a.count == b.count;
     };
     // A new run starts the list over.
-    if (events.size() < m_shown.size() || (!m_shown.isEmpty() && !events.isEmpty() &&
-                                           events.first().startUs != m_shown.first().startUs)) {
+    if (events.size() < m_shown.size() ||
+        (!m_shown.isEmpty() && !events.isEmpty() && events.first().startUs != m_shown.first().startUs)) {
         ui->events->setRowCount(0);
         m_shown.clear();
         m_rowOf.clear();
@@ -226,7 +229,8 @@ void CxRunHistoryDlg::fillEventRow(int row, const CxRunHistory::SxEvent& e, bool
     QString depth;
     // A link slower than required all along is no dip: it is the link falling behind, at its
     // average over the run.
-    const bool wholeRun = e.kind == CxRunHistory::EventDip && m_linkBehind > 0.0 && e.durationUs * 10 >= m_runUs * 9;
+    const bool wholeRun =
+        e.kind == CxRunHistory::EventDip && m_linkBehind > 0.0 && e.durationUs * 10 >= m_runUs * 9;
     switch (e.kind) {
     case CxRunHistory::EventDip:
         kind = wholeRun ? tr("Link below required") : tr("Dip");
@@ -251,9 +255,11 @@ void CxRunHistoryDlg::fillEventRow(int row, const CxRunHistory::SxEvent& e, bool
         depth = tr("%1 in a second at most").arg(e.depth, 0, 'f', 0);
         break;
     }
-    const double values[] = {double(e.startUs) / 1e6, double(e.durationUs) / 1e3, 0.0, e.depth, double(e.count)};
-    const QString texts[] = {QString::number(values[colStart], 'f', 3), QString::number(values[colDuration], 'f', 3),
-                             kind, depth, QString::number(e.count)};
+    const double values[] = {double(e.startUs) / 1e6, double(e.durationUs) / 1e3, 0.0, e.depth,
+                             double(e.count)};
+    const QString texts[] = {QString::number(values[colStart], 'f', 3),
+                             QString::number(values[colDuration], 'f', 3), kind, depth,
+                             QString::number(e.count)};
     if (fresh) {
         for (int column = colStart; column <= colCount; ++column)
             ui->events->setItem(row, column,

@@ -1,8 +1,8 @@
 // The run history window of one camera: the whole run at a glance (a picture of it from start
 // to end, then start, duration, frames, bytes, link average, the lowest speed and the highest
-// buffer level and when, what arrived), what it proves, and its events in a sortable table; a double-click on an event asks the panel to
-// zoom its graph there. It follows a measuring camera every second, or shows a run log of
-// an earlier session.
+// buffer level and when, what arrived), what it proves, and its events in a sortable table; a double-click on
+// an event asks the panel to zoom its graph there. It follows a measuring camera every second, or shows a run
+// log of an earlier session.
 #pragma once
 
 #include "RunHistory.h"

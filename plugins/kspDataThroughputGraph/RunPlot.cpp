@@ -27,8 +27,8 @@ const QColor kCounterColors[CxRunHistory::kCounters] = {QColor(255, 99, 71), QCo
                                                         QColor(30, 144, 255)};
 const char* const kCounterNames[CxRunHistory::kCounters] = {
     QT_TRANSLATE_NOOP("CxRunPlot", "Transport skip"), QT_TRANSLATE_NOOP("CxRunPlot", "API skip"),
-    QT_TRANSLATE_NOOP("CxRunPlot", "Missed trg. overlap"), QT_TRANSLATE_NOOP("CxRunPlot", "Missed trg overflow"),
-    QT_TRANSLATE_NOOP("CxRunPlot", "Buffer overflow")};
+    QT_TRANSLATE_NOOP("CxRunPlot", "Missed trg. overlap"),
+    QT_TRANSLATE_NOOP("CxRunPlot", "Missed trg overflow"), QT_TRANSLATE_NOOP("CxRunPlot", "Buffer overflow")};
 
 // The window's own colours, so that the picture reads in a light or a dark theme alike.
 void followPalette(QCustomPlot* plot)
@@ -83,7 +83,8 @@ void CxRunPlot::draw(QCustomPlot* plot, const CxRunHistory* history, const CxRun
     plot->yAxis->setRangeLower(0.0);
     plot->yAxis->setRangeUpper(std::max(plot->yAxis->range().upper, double(totals.required)) * 1.1 + 1.0);
     plot->yAxis2->setRangeLower(0.0);
-    plot->yAxis2->setRangeUpper(std::max(plot->yAxis2->range().upper * 1.1, totals.acquisition ? 1.0 : 105.0));
+    plot->yAxis2->setRangeUpper(
+        std::max(plot->yAxis2->range().upper * 1.1, totals.acquisition ? 1.0 : 105.0));
     drawMarks(plot, totals, events);
     plot->replot();
 }
@@ -123,7 +124,8 @@ void CxRunPlot::drawCounters(QCustomPlot* plot, const CxRunHistory& history)
     }
 }
 
-void CxRunPlot::drawDelivery(QCustomPlot* plot, const CxRunHistory& history, const CxRunHistory::SxTotals& totals)
+void CxRunPlot::drawDelivery(QCustomPlot* plot, const CxRunHistory& history,
+                             const CxRunHistory::SxTotals& totals)
 {
     std::vector<CxRunHistory::SxDeliverySecond> seconds;
     history.deliverySeconds(&seconds, nullptr);
@@ -132,13 +134,14 @@ void CxRunPlot::drawDelivery(QCustomPlot* plot, const CxRunHistory& history, con
     // Each second's frames in MB/s at the run's mean frame size, at its place on the run's clock.
     const double frameMegabytes = totals.deliveredBytes / double(totals.delivered) / 1e6;
     const double offset = double(std::max<qint64>(totals.firstArrivalUs, 0)) / 1e6;
-    QCPGraph* delivered = addGraph(plot, totals.acquisition ? plot->yAxis2 : plot->yAxis,
-                                   tr("Delivered"), kDeliveredColor);
+    QCPGraph* delivered =
+        addGraph(plot, totals.acquisition ? plot->yAxis2 : plot->yAxis, tr("Delivered"), kDeliveredColor);
     delivered->setLineStyle(QCPGraph::lsStepLeft);
     const size_t first = size_t(offset);
     // The first and the last second are partly outside the run: they would read low.
     for (size_t i = first + 1; i + 1 < seconds.size(); ++i)
-        delivered->addData(double(i) - offset, totals.acquisition ? seconds[i].frames : seconds[i].frames * frameMegabytes);
+        delivered->addData(double(i) - offset,
+                           totals.acquisition ? seconds[i].frames : seconds[i].frames * frameMegabytes);
 }
 
 void CxRunPlot::drawMarks(QCustomPlot* plot, const CxRunHistory::SxTotals& totals,
@@ -147,7 +150,8 @@ void CxRunPlot::drawMarks(QCustomPlot* plot, const CxRunHistory::SxTotals& total
     const double top = plot->yAxis->range().upper * 0.95;
     QCPGraph* marks[2] = {addGraph(plot, plot->yAxis, tr("Dips"), kMinColor),
                           addGraph(plot, plot->yAxis, tr("Other events"), QColor(255, 80, 80))};
-    const QCPScatterStyle::ScatterShape shapes[2] = {QCPScatterStyle::ssDiamond, QCPScatterStyle::ssTriangleInverted};
+    const QCPScatterStyle::ScatterShape shapes[2] = {QCPScatterStyle::ssDiamond,
+                                                     QCPScatterStyle::ssTriangleInverted};
     QVector<std::pair<double, int>> order[2];
     for (int i = 0; i < events.size(); ++i) {
         const int which = events[i].kind == CxRunHistory::EventDip && !totals.acquisition ? 0 : 1;
@@ -174,7 +178,8 @@ void CxRunPlot::drawMarks(QCustomPlot* plot, const CxRunHistory::SxTotals& total
 int CxRunPlot::eventAt(const QCPAbstractPlottable* plottable, int dataIndex) const
 {
     for (int which = 0; which < 2; ++which)
-        if (plottable && plottable == m_marks[which] && dataIndex >= 0 && dataIndex < m_markEvents[which].size())
+        if (plottable && plottable == m_marks[which] && dataIndex >= 0 &&
+            dataIndex < m_markEvents[which].size())
             return m_markEvents[which][dataIndex];
     return -1;
 }

@@ -204,7 +204,7 @@ void CxAravisCamera::transportInfo(KS_TRANSPORT_INFO* info)
 {
     if (info->request & KS_TI_STREAM) {
         static const char* const names[KS_STREAM_STATS] = {
-            "n_missing_packets", "n_resend_requests", "n_resent_packets", "n_underruns",
+            "n_missing_packets", "n_resend_requests", "n_resent_packets",   "n_underruns",
             "n_failures",        "n_timeouts",        "n_transferred_bytes"};
         QMutexLocker lock(&m_queueMutex);
         if (m_stream && ARV_IS_GV_STREAM(m_stream)) {

@@ -140,9 +140,9 @@ enum KS_STREAM_STAT
 
 typedef struct KS_TRANSPORT_INFO
 {
-    uint32_t size;     // in: sizeof(KS_TRANSPORT_INFO)
-    uint32_t request;  // in: KS_TI_* parts wanted
-    uint32_t flags;    // out: KS_TI_* parts filled
+    uint32_t size;    // in: sizeof(KS_TRANSPORT_INFO)
+    uint32_t request; // in: KS_TI_* parts wanted
+    uint32_t flags;   // out: KS_TI_* parts filled
     uint32_t reserved0;
     double frameRate;      // frames per second the camera is set to send
     uint64_t payloadBytes; // bytes of one frame
