@@ -28,6 +28,9 @@ constexpr guint32 kTickFrequencyLow = 0x940;
 constexpr guint32 kTimestampControlRegister = 0x944; // bit 0: reset, bit 1: latch
 constexpr guint32 kTimestampValueHigh = 0x948;
 constexpr guint32 kTimestampValueLow = 0x94c;
+constexpr guint32 kFrameCountRegister = 0x414;
+constexpr guint32 kSingleFrame = 2; // AcquisitionMode; 1 is Continuous
+constexpr guint32 kMultiFrame = 3;
 constexpr guint32 kTimestampReset = 1;
 constexpr guint32 kTimestampLatch = 2;
 
@@ -53,6 +56,7 @@ struct CxGvCamera::Private
     double linkFree = 0.0; // device ticks at which the link is free for the next frame
     std::atomic<quint64> sent{0};
     std::atomic<quint64> counterFrames{0};
+    std::atomic<quint32> framesThisAcquisition{0}; // counted by the fill, from each start again
     // What the fake camera does not do itself: keep the clock's value, bound the frame period
     // by the exposure. A thread of its own does it every millisecond.
     std::thread registers;
@@ -62,8 +66,22 @@ struct CxGvCamera::Private
 
     static void fill(ArvBuffer* buffer, void* data, guint32, guint32, ArvPixelFormat format);
     void answerRegisters();
+    // A single or multi-frame acquisition ends with its last frame: the fake camera sends this
+    // one and then sees the acquisition stopped.
+    void endAcquisitionAfter(ArvFakeCamera* camera);
     void describe(const SxGvCameraOptions& options);
 };
+
+void CxGvCamera::Private::endAcquisitionAfter(ArvFakeCamera* fake)
+{
+    guint32 mode = 0;
+    guint32 count = 1;
+    arv_fake_camera_read_register(fake, ARV_FAKE_CAMERA_REGISTER_ACQUISITION_MODE, &mode);
+    if (mode == kMultiFrame)
+        arv_fake_camera_read_register(fake, kFrameCountRegister, &count);
+    if ((mode == kSingleFrame || mode == kMultiFrame) && ++framesThisAcquisition >= std::max(count, 1u))
+        arv_fake_camera_write_register(fake, ARV_FAKE_CAMERA_REGISTER_ACQUISITION, 0);
+}
 
 void CxGvCamera::Private::answerRegisters()
 {
@@ -82,6 +100,10 @@ void CxGvCamera::Private::answerRegisters()
             if (control & kTimestampLatch)
                 arv_fake_camera_write_register(fake, kTimestampControlRegister, control & ~kTimestampLatch);
         }
+        guint32 acquiring = 0;
+        arv_fake_camera_read_register(fake, ARV_FAKE_CAMERA_REGISTER_ACQUISITION, &acquiring);
+        if (!acquiring)
+            framesThisAcquisition = 0;
         guint32 exposure = 0;
         guint32 period = 0;
         arv_fake_camera_read_register(fake, ARV_FAKE_CAMERA_REGISTER_EXPOSURE_TIME_US, &exposure);
@@ -145,6 +167,7 @@ void CxGvCamera::Private::fill(ArvBuffer* buffer, void* data, guint32, guint32, 
     // In ticks, as the leader carries them: the client turns them into time by the tick frequency.
     arv_buffer_set_timestamp(buffer, guint64(start));
     ++d->sent;
+    d->endAcquisitionAfter(camera);
 }
 
 CxGvCamera::CxGvCamera() : d(new Private) {}

@@ -567,7 +567,8 @@ void TestAravis::aThirdPartyClientFindsTheStandardFeatures()
     QVERIFY(client.readAll().contains("Local:ks-gv-camera.xml"));
 }
 
-// In trigger mode with the software as its source, the camera sends one frame per trigger.
+// In trigger mode with the software as its source, the camera sends one frame per trigger;
+// a single- or multi-frame acquisition as many as it asks for.
 void TestAravis::aSoftwareTriggerSendsOneFrame()
 {
     QVERIFY(serve(m_camera));
@@ -597,11 +598,24 @@ void TestAravis::aSoftwareTriggerSendsOneFrame()
     arv_camera_execute_command(camera, "TriggerSoftware", &error);
     const int triggered = frames(1000);
     arv_camera_stop_acquisition(camera, &error);
+    // Free running, a single-frame acquisition sends one, a multi-frame one its count.
+    arv_camera_set_string(camera, "TriggerMode", "Off", &error);
+    arv_camera_set_string(camera, "AcquisitionMode", "SingleFrame", &error);
+    arv_camera_start_acquisition(camera, &error);
+    const int single = frames(1000);
+    arv_camera_stop_acquisition(camera, &error);
+    arv_camera_set_string(camera, "AcquisitionMode", "MultiFrame", &error);
+    arv_camera_set_integer(camera, "AcquisitionFrameCount", 3, &error);
+    arv_camera_start_acquisition(camera, &error);
+    const int multi = frames(1000);
+    arv_camera_stop_acquisition(camera, &error);
     g_clear_error(&error);
     g_object_unref(stream);
     g_object_unref(camera);
     QCOMPARE(before, 0);
     QCOMPARE(triggered, 1);
+    QCOMPARE(single, 1);
+    QCOMPARE(multi, 3);
 }
 
 // Each case in a network namespace of its own, as a child process of this one.
