@@ -34,11 +34,12 @@ constexpr guint32 kMultiFrame = 3;
 constexpr guint32 kTimestampReset = 1;
 constexpr guint32 kTimestampLatch = 2;
 
+// The whole field is written, the text cut to leave its terminating zero.
 void writeString(ArvFakeCamera* camera, guint32 offset, const char* text, size_t room)
 {
-    char field[48] = {};
-    std::strncpy(field, text, std::min(room, sizeof(field)) - 1);
-    arv_fake_camera_write_memory(camera, offset, guint32(room), field);
+    QByteArray field(qsizetype(room), '\0');
+    std::strncpy(field.data(), text, room - 1);
+    arv_fake_camera_write_memory(camera, offset, guint32(room), field.constData());
 }
 
 } // namespace
