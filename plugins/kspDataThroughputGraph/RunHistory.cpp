@@ -202,16 +202,22 @@ CxRunHistory::SxSnapshot CxRunHistory::window(const SxEvent& event, const quint6
     return snapshot;
 }
 
+// Counts a dip and keeps the deepest one's speed and time.
+static void countDip(CxRunHistory::SxTotals* totals, const CxRunHistory::SxEvent& dip)
+{
+    if (totals->dips++ == 0 || dip.depth < totals->deepestDip) {
+        totals->deepestDip = dip.depth;
+        totals->deepestDipAtUs = dip.startUs;
+    }
+}
+
 void CxRunHistory::endDip()
 {
     if (!m_inDip)
         return;
     m_inDip = false;
     addEvent(m_dip);
-    if (m_totals.dips++ == 0 || m_dip.depth < m_totals.deepestDip) {
-        m_totals.deepestDip = m_dip.depth;
-        m_totals.deepestDipAtUs = m_dip.startUs;
-    }
+    countDip(&m_totals, m_dip);
     if (!makeRoomFor(m_dip))
         return;
     // Started in the frame being folded: its samples are still at hand. Otherwise they were
@@ -705,10 +711,7 @@ void CxRunHistory::read(SxTotals* totals, QVector<SxEvent>* events) const
         // The dip still going on counts among the events as it is listed.
         if (m_inDip) {
             ++totals->events;
-            if (totals->dips++ == 0 || m_dip.depth < totals->deepestDip) {
-                totals->deepestDip = m_dip.depth;
-                totals->deepestDipAtUs = m_dip.startUs;
-            }
+            countDip(totals, m_dip);
         }
     }
     if (events) {

@@ -86,6 +86,11 @@ CxRunHistoryDlg::~CxRunHistoryDlg()
     delete ui;
 }
 
+QString CxRunHistoryDlg::counterName(int counter)
+{
+    return tr(kCounterNames[qBound(0, counter, CxRunHistory::kCounters - 1)]);
+}
+
 void CxRunHistoryDlg::detach()
 {
     m_timer.stop();
@@ -152,7 +157,7 @@ void CxRunHistoryDlg::present(const CxRunHistory::SxTotals& t, const QVector<CxR
     row(tr("Frames"), QString::number(t.frames));
     if (t.acquisition) {
         for (int k = 0; k < CxRunHistory::kCounters; ++k)
-            row(tr(kCounterNames[k]), QString::number(t.counterIncrease[k]));
+            row(counterName(k), QString::number(t.counterIncrease[k]));
     } else {
         row(tr("Bytes"), QStringLiteral("%1 GB").arg(t.bytes / 1e9, 0, 'f', 3));
         row(tr("Link average"), QStringLiteral("%1 MB/s").arg(t.linkAverage(), 0, 'f', 1));
@@ -241,7 +246,7 @@ void CxRunHistoryDlg::fillEventRow(int row, const CxRunHistory::SxEvent& e, bool
         depth = tr("%1 frames").arg(e.count);
         break;
     case CxRunHistory::EventCounter:
-        kind = tr(kCounterNames[qBound(0, int(e.counter), CxRunHistory::kCounters - 1)]);
+        kind = counterName(e.counter);
         depth = tr("+%1").arg(e.count);
         break;
     case CxRunHistory::EventLost:

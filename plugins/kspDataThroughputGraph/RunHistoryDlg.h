@@ -27,6 +27,8 @@ public:
     bool openLog(const QString& path);
     // The camera goes: what was shown stays, nothing is read any more.
     void detach();
+    // An acquisition counter's name as the window and its picture show it.
+    static QString counterName(int counter);
     // Rows of the events table (for tests: the window as a user sees it).
     int eventRows() const;
 

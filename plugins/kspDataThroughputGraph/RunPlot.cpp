@@ -1,5 +1,7 @@
 #include "RunPlot.h"
 
+#include "RunHistoryDlg.h"
+
 #include <QCoreApplication>
 #include <algorithm>
 #include <qcustomplot.h>
@@ -25,10 +27,6 @@ const QColor kDeliveredColor(80, 200, 120);
 const QColor kCounterColors[CxRunHistory::kCounters] = {QColor(255, 99, 71), QColor(186, 85, 211),
                                                         QColor(255, 215, 0), QColor(0, 206, 209),
                                                         QColor(30, 144, 255)};
-const char* const kCounterNames[CxRunHistory::kCounters] = {
-    QT_TRANSLATE_NOOP("CxRunPlot", "Transport skip"), QT_TRANSLATE_NOOP("CxRunPlot", "API skip"),
-    QT_TRANSLATE_NOOP("CxRunPlot", "Missed trg. overlap"),
-    QT_TRANSLATE_NOOP("CxRunPlot", "Missed trg overflow"), QT_TRANSLATE_NOOP("CxRunPlot", "Buffer overflow")};
 
 // The window's own colours, so that the picture reads in a light or a dark theme alike.
 void followPalette(QCustomPlot* plot)
@@ -117,7 +115,7 @@ void CxRunPlot::drawCounters(QCustomPlot* plot, const CxRunHistory& history)
     QVector<CxRunHistory::SxCounterBucket> counters;
     const qint64 length = history.buckets(0, totals.durationUs + 1, &starts, nullptr, &counters);
     for (int k = 0; k < CxRunHistory::kCounters; ++k) {
-        QCPGraph* graph = addGraph(plot, plot->yAxis, tr(kCounterNames[k]), kCounterColors[k]);
+        QCPGraph* graph = addGraph(plot, plot->yAxis, CxRunHistoryDlg::counterName(k), kCounterColors[k]);
         graph->setLineStyle(QCPGraph::lsStepLeft);
         for (int i = 0; i < counters.size(); ++i)
             graph->addData(double(starts[i] + length / 2) / 1e6, counters[i].increase[k]);
